@@ -1,0 +1,25 @@
+#pragma once
+
+#include "transport/transporterror.h"
+
+#include <QByteArray>
+
+#include <optional>
+
+// Moves a prepared program to a machine over one serial device. The calls block
+// the calling (transfer) thread; interrupt() may be called from any other thread
+// and makes a blocked write or drain end with `cancelled` within about 150 ms.
+// An empty result means success.
+class SerialTransport {
+public:
+    virtual ~SerialTransport() = default;
+
+    // Sends every byte of the buffer.
+    virtual std::optional<TransportError> write(const QByteArray &bytes) = 0;
+    // Returns once the output has left the computer.
+    virtual std::optional<TransportError> drain(bool dripFeed) = 0;
+    // Releases the device; calling it twice is harmless. Never fails.
+    virtual void close() = 0;
+    // Cancellation of the running transfer; sticky until the next open.
+    virtual void interrupt() = 0;
+};

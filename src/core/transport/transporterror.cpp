@@ -1,0 +1,83 @@
+#include "transporterror.h"
+
+#include <QLocale>
+
+#include <cerrno>
+
+namespace {
+
+QString fill(const char *format, AppLanguage language, const QStringList &args)
+{
+    QString text = L10n::text(format, language);
+    // "%@" placeholders are filled in order; the locale matters only for numbers,
+    // and these texts carry none.
+    for (const QString &arg : args) {
+        const qsizetype at = text.indexOf(QLatin1String("%@"));
+        if (at < 0) {
+            break;
+        }
+        text.replace(at, 2, arg);
+    }
+    return text;
+}
+
+} // namespace
+
+TransportError TransportError::connectionFailed(const QString &message)
+{
+    return {Kind::connectionFailed, {}, message, 0};
+}
+
+TransportError TransportError::openFailed(const QString &path, const QString &message, int systemError)
+{
+    return {Kind::openFailed, path, message, systemError};
+}
+
+TransportError TransportError::configurationFailed(const QString &message, int systemError)
+{
+    return {Kind::configurationFailed, {}, message, systemError};
+}
+
+TransportError TransportError::writeFailed(const QString &message, int systemError)
+{
+    return {Kind::writeFailed, {}, message, systemError};
+}
+
+QString TransportError::description(AppLanguage language) const
+{
+    switch (kind) {
+    case Kind::connectionFailed:
+        return fill("Connection failed: %@", language, {message});
+    case Kind::openFailed:
+        return fill("Could not open %@: %@", language, {path, message});
+    case Kind::configurationFailed:
+        return fill("Could not configure the port: %@", language, {message});
+    case Kind::writeFailed:
+        return fill("Send error: %@", language, {message});
+    case Kind::notConnected:
+        return L10n::text("No port connection", language);
+    case Kind::waitFailed:
+        return fill("Send error: %@", language, {L10n::text("waiting for the port", language)});
+    case Kind::receiveTimeout:
+        return fill("Timed out %@", language,
+                    {L10n::text("waiting for the machine to receive (is it in receive mode? are the cable and "
+                                "flow control correct?)",
+                                language)});
+    case Kind::drainTimeout:
+        return fill("Timed out %@", language,
+                    {L10n::text("waiting for the machine to receive the end of the program", language)});
+    case Kind::cancelled:
+        return L10n::text("Transfer Cancelled", language);
+    }
+    return {};
+}
+
+QString TransportError::hint(AppLanguage language) const
+{
+    if (kind != Kind::openFailed || (systemError != EACCES && systemError != EPERM)) {
+        return {};
+    }
+    return L10n::text("Your user may not use serial ports. Add it to the dialout group (sudo usermod -aG "
+                      "dialout $USER), then log out and in again.",
+                      language);
+}

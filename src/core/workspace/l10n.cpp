@@ -1,0 +1,64 @@
+#include "l10n.h"
+
+#include <QTranslator>
+
+#include <mutex>
+
+namespace {
+
+// Every message of the table shares one context, so the English text alone is the key.
+constexpr char kContext[] = "VarnEdit";
+
+const QTranslator *spanishTable()
+{
+    static QTranslator *translator = nullptr;
+    static std::once_flag once;
+    std::call_once(once, [] {
+        auto *t = new QTranslator;
+        if (t->load(QStringLiteral(":/i18n/varn_es.qm"))) {
+            translator = t;
+        } else {
+            delete t;
+        }
+    });
+    return translator;
+}
+
+} // namespace
+
+QString AppLanguages::rawValue(AppLanguage language)
+{
+    return language == AppLanguage::spanish ? QStringLiteral("es") : QStringLiteral("en");
+}
+
+bool AppLanguages::fromRawValue(const QString &raw, AppLanguage *language)
+{
+    if (raw == QLatin1String("en")) {
+        *language = AppLanguage::english;
+        return true;
+    }
+    if (raw == QLatin1String("es")) {
+        *language = AppLanguage::spanish;
+        return true;
+    }
+    return false;
+}
+
+QString AppLanguages::localeName(AppLanguage language)
+{
+    return rawValue(language);
+}
+
+QString L10n::text(const QString &key, AppLanguage language)
+{
+    if (language == AppLanguage::english) {
+        return key;
+    }
+    const QTranslator *table = spanishTable();
+    if (!table) {
+        return key;
+    }
+    const QByteArray utf8 = key.toUtf8();
+    const QString translated = table->translate(kContext, utf8.constData());
+    return translated.isEmpty() ? key : translated;
+}

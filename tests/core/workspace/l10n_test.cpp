@@ -1,0 +1,29 @@
+#include "workspace/l10n.h"
+
+#include <gtest/gtest.h>
+
+TEST(L10n, EnglishIsTheKeyItself)
+{
+    EXPECT_EQ(L10n::text("Apply", AppLanguage::english), "Apply");
+    EXPECT_EQ(L10n::text("No such key anywhere", AppLanguage::english), "No such key anywhere");
+}
+
+TEST(L10n, SpanishComesFromTheTableAndFallsBackToEnglish)
+{
+    EXPECT_EQ(L10n::text("Apply", AppLanguage::spanish), "Aplicar");
+    EXPECT_EQ(L10n::text("No such key anywhere", AppLanguage::spanish), "No such key anywhere");
+    // Switching back needs no restart: the lookup keeps no state of the language.
+    EXPECT_EQ(L10n::text("Apply", AppLanguage::english), "Apply");
+}
+
+TEST(AppLanguage, RawValuesRoundTrip)
+{
+    for (AppLanguage language : AppLanguages::allCases) {
+        AppLanguage back = AppLanguage::english;
+        ASSERT_TRUE(AppLanguages::fromRawValue(AppLanguages::rawValue(language), &back));
+        EXPECT_EQ(back, language);
+    }
+    AppLanguage unchanged = AppLanguage::spanish;
+    EXPECT_FALSE(AppLanguages::fromRawValue("EN", &unchanged));
+    EXPECT_EQ(unchanged, AppLanguage::spanish);
+}
