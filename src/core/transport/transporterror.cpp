@@ -1,27 +1,7 @@
 #include "transporterror.h"
 
-#include <QLocale>
-
 #include <cerrno>
 
-namespace {
-
-QString fill(const char *format, AppLanguage language, const QStringList &args)
-{
-    QString text = L10n::text(format, language);
-    // "%@" placeholders are filled in order; the locale matters only for numbers,
-    // and these texts carry none.
-    for (const QString &arg : args) {
-        const qsizetype at = text.indexOf(QLatin1String("%@"));
-        if (at < 0) {
-            break;
-        }
-        text.replace(at, 2, arg);
-    }
-    return text;
-}
-
-} // namespace
 
 TransportError TransportError::connectionFailed(const QString &message)
 {
@@ -47,24 +27,24 @@ QString TransportError::description(AppLanguage language) const
 {
     switch (kind) {
     case Kind::connectionFailed:
-        return fill("Connection failed: %@", language, {message});
+        return L10n::format("Connection failed: %@", language, {message});
     case Kind::openFailed:
-        return fill("Could not open %@: %@", language, {path, message});
+        return L10n::format("Could not open %@: %@", language, {path, message});
     case Kind::configurationFailed:
-        return fill("Could not configure the port: %@", language, {message});
+        return L10n::format("Could not configure the port: %@", language, {message});
     case Kind::writeFailed:
-        return fill("Send error: %@", language, {message});
+        return L10n::format("Send error: %@", language, {message});
     case Kind::notConnected:
         return L10n::text("No port connection", language);
     case Kind::waitFailed:
-        return fill("Send error: %@", language, {L10n::text("waiting for the port", language)});
+        return L10n::format("Send error: %@", language, {L10n::text("waiting for the port", language)});
     case Kind::receiveTimeout:
-        return fill("Timed out %@", language,
+        return L10n::format("Timed out %@", language,
                     {L10n::text("waiting for the machine to receive (is it in receive mode? are the cable and "
                                 "flow control correct?)",
                                 language)});
     case Kind::drainTimeout:
-        return fill("Timed out %@", language,
+        return L10n::format("Timed out %@", language,
                     {L10n::text("waiting for the machine to receive the end of the program", language)});
     case Kind::cancelled:
         return L10n::text("Transfer Cancelled", language);

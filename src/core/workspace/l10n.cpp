@@ -62,3 +62,22 @@ QString L10n::text(const QString &key, AppLanguage language)
     const QString translated = table->translate(kContext, utf8.constData());
     return translated.isEmpty() ? key : translated;
 }
+
+QString L10n::fill(QString text, const QStringList &args)
+{
+    qsizetype from = 0;
+    for (const QString &arg : args) {
+        const qsizetype at = text.indexOf(QLatin1String("%@"), from);
+        if (at < 0) {
+            break;
+        }
+        text.replace(at, 2, arg);
+        from = at + arg.size();
+    }
+    return text;
+}
+
+QString L10n::format(const char *key, AppLanguage language, const QStringList &args)
+{
+    return fill(text(key, language), args);
+}

@@ -22,6 +22,12 @@ class L10n {
 public:
     static QString text(const QString &key, AppLanguage language);
     static QString text(const char *key, AppLanguage language) { return text(QString::fromUtf8(key), language); }
+
+    // Looks the key up, then fills its "%@" placeholders in order with `args`
+    // (callers format numbers with the language's locale before passing them).
+    static QString format(const char *key, AppLanguage language, const QStringList &args);
+    // Fills "%@" placeholders of an already translated text.
+    static QString fill(QString text, const QStringList &args);
 };
 
 // Marks a string literal as a translation key where it is stored for a later

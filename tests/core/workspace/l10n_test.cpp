@@ -27,3 +27,12 @@ TEST(AppLanguage, RawValuesRoundTrip)
     EXPECT_FALSE(AppLanguages::fromRawValue("EN", &unchanged));
     EXPECT_EQ(unchanged, AppLanguage::spanish);
 }
+
+TEST(L10n, FillReplacesPlaceholdersInOrderAndNotInsideArguments)
+{
+    EXPECT_EQ(L10n::fill("Could not open %@: %@", {"/dev/ttyUSB0", "No such file"}),
+              "Could not open /dev/ttyUSB0: No such file");
+    // An argument that itself holds "%@" is not filled again.
+    EXPECT_EQ(L10n::fill("%@ and %@", {"%@", "b"}), "%@ and b");
+    EXPECT_EQ(L10n::fill("no placeholder", {"x"}), "no placeholder");
+}
