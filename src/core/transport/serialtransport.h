@@ -1,5 +1,6 @@
 #pragma once
 
+#include "transport/seriallinesettings.h"
 #include "transport/transporterror.h"
 
 #include <QByteArray>
@@ -14,6 +15,9 @@ class SerialTransport {
 public:
     virtual ~SerialTransport() = default;
 
+    // Opens and configures the device; clears an earlier interruption. A failed
+    // open leaves the transport closed.
+    virtual std::optional<TransportError> open(const SerialLineSettings &settings) = 0;
     // Sends every byte of the buffer.
     virtual std::optional<TransportError> write(const QByteArray &bytes) = 0;
     // Returns once the output has left the computer.
