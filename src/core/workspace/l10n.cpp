@@ -2,6 +2,7 @@
 
 #include <QTranslator>
 
+#include <cstdio>
 #include <mutex>
 
 namespace {
@@ -80,4 +81,16 @@ QString L10n::fill(QString text, const QStringList &args)
 QString L10n::format(const char *key, AppLanguage language, const QStringList &args)
 {
     return fill(text(key, language), args);
+}
+
+QString L10n::number(double value, const char *printfSpec, AppLanguage language)
+{
+    char buffer[512];
+    // snprintf uses the "C" locale here: the process never calls setlocale.
+    const int written = std::snprintf(buffer, sizeof buffer, printfSpec, value);
+    QString text = QString::fromLatin1(buffer, written < 0 ? 0 : qMin<int>(written, sizeof buffer - 1));
+    if (language == AppLanguage::spanish) {
+        text.replace(QLatin1Char('.'), QLatin1Char(','));
+    }
+    return text;
 }

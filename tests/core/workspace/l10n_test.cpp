@@ -36,3 +36,13 @@ TEST(L10n, FillReplacesPlaceholdersInOrderAndNotInsideArguments)
     EXPECT_EQ(L10n::fill("%@ and %@", {"%@", "b"}), "%@ and b");
     EXPECT_EQ(L10n::fill("no placeholder", {"x"}), "no placeholder");
 }
+
+TEST(L10n, NumbersFollowPrintfWithTheLanguagesDecimalMark)
+{
+    EXPECT_EQ(L10n::number(60.0, "%.4g", AppLanguage::english), "60");
+    EXPECT_EQ(L10n::number(-2.5, "%.4g", AppLanguage::english), "-2.5");
+    EXPECT_EQ(L10n::number(-2.5, "%.4g", AppLanguage::spanish), "-2,5");
+    EXPECT_EQ(L10n::number(1234567.0, "%.4g", AppLanguage::english), "1.235e+06");
+    EXPECT_EQ(L10n::number(12345.0, "%.4g", AppLanguage::spanish), "1,234e+04");
+    EXPECT_EQ(L10n::number(0.0005, "%.3f", AppLanguage::english), "0.001");
+}
