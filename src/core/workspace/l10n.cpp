@@ -1,5 +1,6 @@
 #include "l10n.h"
 
+#include <QRegularExpression>
 #include <QTranslator>
 
 #include <cstdio>
@@ -66,16 +67,27 @@ QString L10n::text(const QString &key, AppLanguage language)
 
 QString L10n::fill(QString text, const QStringList &args)
 {
+    // Placeholders are "%@" and printf conversions such as "%d", "%lld", "%02d" or
+    // "%.4g": callers pass each value already formatted, in placeholder order.
+    static const QRegularExpression placeholder(
+        QStringLiteral("%(?:@|%|[-+ 0#]*[0-9]*(?:\\.[0-9]+)?(?:ll|l|h|z)?[diufgeEsx])"));
+    QString out;
+    out.reserve(text.size());
     qsizetype from = 0;
-    for (const QString &arg : args) {
-        const qsizetype at = text.indexOf(QLatin1String("%@"), from);
-        if (at < 0) {
-            break;
+    qsizetype next = 0;
+    QRegularExpressionMatchIterator it = placeholder.globalMatch(text);
+    while (it.hasNext() && next < args.size()) {
+        const QRegularExpressionMatch match = it.next();
+        out += QStringView(text).mid(from, match.capturedStart() - from);
+        if (match.capturedView() == QLatin1String("%%")) {
+            out += QLatin1Char('%');
+        } else {
+            out += args[next++];
         }
-        text.replace(at, 2, arg);
-        from = at + arg.size();
+        from = match.capturedEnd();
     }
-    return text;
+    out += QStringView(text).mid(from);
+    return out;
 }
 
 QString L10n::format(const char *key, AppLanguage language, const QStringList &args)

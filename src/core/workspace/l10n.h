@@ -23,14 +23,14 @@ public:
     static QString text(const QString &key, AppLanguage language);
     static QString text(const char *key, AppLanguage language) { return text(QString::fromUtf8(key), language); }
 
-    // Looks the key up, then fills its "%@" placeholders in order with `args`
-    // (callers format numbers with the language's locale before passing them).
+    // Looks the key up, then fills its placeholders ("%@", "%d", "%.4g" ...) in
+    // order with `args` (callers format numbers with number() before passing them).
     static QString format(const char *key, AppLanguage language, const QStringList &args);
     // One printf conversion of a double ("%.4g", "%.3f") as the language's locale
     // writes it: the C library's digits, with a decimal comma for Spanish and no
     // grouping, as the platform's locale-aware formats do.
     static QString number(double value, const char *printfSpec, AppLanguage language);
-    // Fills "%@" placeholders of an already translated text.
+    // Fills the placeholders of an already translated text.
     static QString fill(QString text, const QStringList &args);
 };
 

@@ -35,6 +35,9 @@ TEST(L10n, FillReplacesPlaceholdersInOrderAndNotInsideArguments)
     // An argument that itself holds "%@" is not filled again.
     EXPECT_EQ(L10n::fill("%@ and %@", {"%@", "b"}), "%@ and b");
     EXPECT_EQ(L10n::fill("no placeholder", {"x"}), "no placeholder");
+    // printf conversions are placeholders too; "%%" is a literal percent sign.
+    EXPECT_EQ(L10n::fill("%@:   min %.4g    max %.4g", {"X", "0", "60"}), "X:   min 0    max 60");
+    EXPECT_EQ(L10n::fill("%d%% of %lld", {"5", "7"}), "5% of 7");
 }
 
 TEST(L10n, NumbersFollowPrintfWithTheLanguagesDecimalMark)
