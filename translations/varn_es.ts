@@ -280,6 +280,26 @@
         <translation>%@/s</translation>
     </message>
     <message>
+        <source>%@ byte</source>
+        <translation>%@ byte</translation>
+    </message>
+    <message>
+        <source>%@ bytes</source>
+        <translation>%@ bytes</translation>
+    </message>
+    <message>
+        <source>Time Left</source>
+        <translation>Tiempo restante</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Configuración</translation>
+    </message>
+    <message>
+        <source>Machine Settings</source>
+        <translation>Configuración de máquinas</translation>
+    </message>
+    <message>
         <source>Unknown G code: G%@</source>
         <translation>Código G desconocido: G%@</translation>
     </message>
@@ -485,7 +505,7 @@
     </message>
     <message>
         <source>Constant spindle RPM</source>
-        <translation>Velocidad del husillo constante (RPM)</translation>
+        <translation>Velocidad constante del husillo (RPM)</translation>
     </message>
     <message>
         <source>Return to initial point in canned cycle</source>
@@ -993,7 +1013,7 @@
     </message>
     <message>
         <source>Match Case</source>
-        <translation>Coincidir mayúsculas y minúsculas</translation>
+        <translation>Distinguir mayúsculas y minúsculas</translation>
     </message>
     <message>
         <source>Replace All</source>

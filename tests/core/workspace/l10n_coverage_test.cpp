@@ -607,10 +607,11 @@ TEST(SpanishTable, OnlyCodesAndNamesReadTheSameInBothLanguages)
 {
     // Abbreviations, units and proper names; anything else left in English is
     // an entry someone forgot to translate.
-    static const QSet<QString> sameInSpanish{"XON/XOFF", "RTS/CTS",   "CR",      "CRLF",
-                                             "LF",       "DTR",       "RTS",     "mm",
-                                             "Error",    "VARN Edit", "English", QString::fromUtf8("Español"),
-                                             "%@/s"};
+    static const QSet<QString> sameInSpanish{
+        "XON/XOFF", "RTS/CTS", "CR",        "CRLF",    "LF",
+        "DTR",      "RTS",     "mm",        "%@ byte", "%@ bytes",
+        "%@/s",     "Error",   "VARN Edit", "English", QString::fromUtf8("Español"),
+    };
     for (const Message &m : spanishTable().messages) {
         for (const QString &translation : m.translations) {
             if (translation == m.source) {
