@@ -183,7 +183,8 @@ private:
                 bytes += c;
                 continue;
             }
-            const char e = m_s[m_i++];
+            const char e = peek(0);
+            ++m_i;
             // Pairs of escape letter and the character it stands for.
             static const QByteArray simple("n\nt\tr\ra\ab\bf\fv\v");
             const qsizetype pair = simple.indexOf(e);
@@ -532,6 +533,15 @@ TEST(TranslationKeyScan, ReportsTheLineWhereTheKeyStarts)
     EXPECT_EQ(uses[0].key, QString::fromUtf8("Save As…"));
     EXPECT_EQ(uses[0].line, 4);
     EXPECT_EQ(uses[1].line, 6);
+}
+
+TEST(TranslationKeyScan, StopsCleanlyOnSourceCutShort)
+{
+    // A file saved half-way through an edit must not crash the scan or invent a key.
+    for (const char *source : {"L10n::text(\"open", "L10n::text(R\"x(never closed", "/* open comment",
+                               "L10n::text(\"a\\", "L10n::text(", "1'", "'", "u8"}) {
+        EXPECT_TRUE(keysOf(source).isEmpty()) << source;
+    }
 }
 
 TEST(TranslationPlaceholders, AreConversionsInOrderAndNotLonePercentSigns)
