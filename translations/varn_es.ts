@@ -4,12 +4,1196 @@
 <context>
     <name>VarnEdit</name>
     <message>
+        <source>Connection failed: %@</source>
+        <translation>Error de conexión: %@</translation>
+    </message>
+    <message>
+        <source>Could not open %@: %@</source>
+        <translation>No se pudo abrir %@: %@</translation>
+    </message>
+    <message>
+        <source>Could not configure the port: %@</source>
+        <translation>No se pudo configurar el puerto: %@</translation>
+    </message>
+    <message>
+        <source>Send error: %@</source>
+        <translation>Error de envío: %@</translation>
+    </message>
+    <message>
+        <source>No port connection</source>
+        <translation>No hay conexión con el puerto</translation>
+    </message>
+    <message>
+        <source>waiting for the port</source>
+        <translation>esperando al puerto</translation>
+    </message>
+    <message>
+        <source>Timed out %@</source>
+        <translation>Tiempo de espera agotado %@</translation>
+    </message>
+    <message>
+        <source>waiting for the machine to receive (is it in receive mode? are the cable and flow control correct?)</source>
+        <translation>esperando a que la máquina reciba (¿está en modo de recepción? ¿son correctos el cable y el control de flujo?)</translation>
+    </message>
+    <message>
+        <source>waiting for the machine to receive the end of the program</source>
+        <translation>esperando a que la máquina reciba el final del programa</translation>
+    </message>
+    <message>
+        <source>Transfer Cancelled</source>
+        <translation>Transferencia cancelada</translation>
+    </message>
+    <message>
+        <source>Your user may not use serial ports. Add it to the dialout group (sudo usermod -aG dialout $USER), then log out and in again.</source>
+        <translation>Su usuario no tiene permiso para usar los puertos serie. Añádalo al grupo dialout (sudo usermod -aG dialout $USER) y después cierre la sesión y vuelva a iniciarla.</translation>
+    </message>
+    <message>
+        <source>no flow</source>
+        <translation>sin control de flujo</translation>
+    </message>
+    <message>
+        <source>XON/XOFF</source>
+        <translation>XON/XOFF</translation>
+    </message>
+    <message>
+        <source>RTS/CTS</source>
+        <translation>RTS/CTS</translation>
+    </message>
+    <message>
+        <source>Name is required</source>
+        <translation>El nombre es obligatorio</translation>
+    </message>
+    <message>
+        <source>Baud rate must be greater than zero</source>
+        <translation>La velocidad en baudios debe ser mayor que cero</translation>
+    </message>
+    <message>
+        <source>Data bits must be 5, 6, 7, or 8</source>
+        <translation>Los bits de datos deben ser 5, 6, 7 u 8</translation>
+    </message>
+    <message>
+        <source>Stop bits must be 1 or 2</source>
+        <translation>Los bits de parada deben ser 1 o 2</translation>
+    </message>
+    <message>
+        <source>None</source>
+        <translation>Ninguna</translation>
+    </message>
+    <message>
+        <source>Even</source>
+        <translation>Par</translation>
+    </message>
+    <message>
+        <source>Odd</source>
+        <translation>Impar</translation>
+    </message>
+    <message>
+        <source>Mark</source>
+        <translation>Marca</translation>
+    </message>
+    <message>
+        <source>Space</source>
+        <translation>Espacio</translation>
+    </message>
+    <message>
+        <source>CR</source>
+        <translation>CR</translation>
+    </message>
+    <message>
+        <source>CRLF</source>
+        <translation>CRLF</translation>
+    </message>
+    <message>
+        <source>LF</source>
+        <translation>LF</translation>
+    </message>
+    <message>
+        <source>Machines</source>
+        <translation>Máquinas</translation>
+    </message>
+    <message>
+        <source>Machine</source>
+        <translation>Máquina</translation>
+    </message>
+    <message>
+        <source>New Machine</source>
+        <translation>Nueva máquina</translation>
+    </message>
+    <message>
+        <source>%@ Copy</source>
+        <translation>Copia de %@</translation>
+    </message>
+    <message>
+        <source>Add</source>
+        <translation>Añadir</translation>
+    </message>
+    <message>
+        <source>Duplicate</source>
+        <translation>Duplicar</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>Eliminar</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>Nombre</translation>
+    </message>
+    <message>
+        <source>Baud Rate</source>
+        <translation>Velocidad (baudios)</translation>
+    </message>
+    <message>
+        <source>Data Bits</source>
+        <translation>Bits de datos</translation>
+    </message>
+    <message>
+        <source>Parity</source>
+        <translation>Paridad</translation>
+    </message>
+    <message>
+        <source>Stop Bits</source>
+        <translation>Bits de parada</translation>
+    </message>
+    <message>
+        <source>Flow Control</source>
+        <translation>Control de flujo</translation>
+    </message>
+    <message>
+        <source>Line Terminator</source>
+        <translation>Fin de línea</translation>
+    </message>
+    <message>
+        <source>DTR</source>
+        <translation>DTR</translation>
+    </message>
+    <message>
+        <source>RTS</source>
+        <translation>RTS</translation>
+    </message>
+    <message>
+        <source>Drip Feed</source>
+        <translation>Alimentación por goteo (drip feed)</translation>
+    </message>
+    <message>
+        <source>Notes</source>
+        <translation>Notas</translation>
+    </message>
+    <message>
+        <source>Invalid Machine</source>
+        <translation>Máquina no válida</translation>
+    </message>
+    <message>
+        <source>Delete Machine</source>
+        <translation>Eliminar máquina</translation>
+    </message>
+    <message>
+        <source>Serial Line</source>
+        <translation>Línea serie</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Listo</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Cerrar</translation>
+    </message>
+    <message>
+        <source>Finishing drip feed…</source>
+        <translation>Terminando la alimentación por goteo…</translation>
+    </message>
+    <message>
+        <source>Finishing transfer…</source>
+        <translation>Terminando la transferencia…</translation>
+    </message>
+    <message>
+        <source>Ready</source>
+        <translation>Listo</translation>
+    </message>
+    <message>
+        <source>Connecting…</source>
+        <translation>Conectando…</translation>
+    </message>
+    <message>
+        <source>Sending…</source>
+        <translation>Enviando…</translation>
+    </message>
+    <message>
+        <source>Finishing…</source>
+        <translation>Terminando…</translation>
+    </message>
+    <message>
+        <source>Transfer Completed</source>
+        <translation>Transferencia completada</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>Error</translation>
+    </message>
+    <message>
+        <source>%@ of %@</source>
+        <translation>%@ de %@</translation>
+    </message>
+    <message>
+        <source>Opening %@…</source>
+        <translation>Abriendo %@…</translation>
+    </message>
+    <message>
+        <source>Port</source>
+        <translation>Puerto</translation>
+    </message>
+    <message>
+        <source>Ports</source>
+        <translation>Puertos</translation>
+    </message>
+    <message>
+        <source>No ports found</source>
+        <translation>No se encontraron puertos</translation>
+    </message>
+    <message>
+        <source>No machines</source>
+        <translation>No hay máquinas</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>Progreso</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>Estado</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Archivo</translation>
+    </message>
+    <message>
+        <source>Send</source>
+        <translation>Enviar</translation>
+    </message>
+    <message>
+        <source>%@ left</source>
+        <translation>quedan %@</translation>
+    </message>
+    <message>
+        <source>%@/s</source>
+        <translation>%@/s</translation>
+    </message>
+    <message>
+        <source>%@ byte</source>
+        <translation>%@ byte</translation>
+    </message>
+    <message>
+        <source>%@ bytes</source>
+        <translation>%@ bytes</translation>
+    </message>
+    <message>
+        <source>Time Left</source>
+        <translation>Tiempo restante</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>Configuración</translation>
+    </message>
+    <message>
+        <source>Machine Settings</source>
+        <translation>Configuración de máquinas</translation>
+    </message>
+    <message>
+        <source>Unknown G code: G%@</source>
+        <translation>Código G desconocido: G%@</translation>
+    </message>
+    <message>
+        <source>Unknown M code: M%@</source>
+        <translation>Código M desconocido: M%@</translation>
+    </message>
+    <message>
+        <source>Cutting move with F0 or no F feed rate</source>
+        <translation>Movimiento de corte con F0 o sin avance F</translation>
+    </message>
+    <message>
+        <source>Missing tape start marker %</source>
+        <translation>Falta la marca de inicio de cinta %</translation>
+    </message>
+    <message>
+        <source>No program end found (M30 / M02)</source>
+        <translation>No se encontró el fin de programa (M30 / M02)</translation>
+    </message>
+    <message>
+        <source>Spindle is not started (missing M03 / M04)</source>
+        <translation>El husillo no está arrancado (falta M03 / M04)</translation>
+    </message>
+    <message>
+        <source>in</source>
+        <translation>pulg</translation>
+    </message>
+    <message>
+        <source>mm</source>
+        <translation>mm</translation>
+    </message>
+    <message>
+        <source>Rapid positioning (non-cutting)</source>
+        <translation>Posicionamiento rápido (sin corte)</translation>
+    </message>
+    <message>
+        <source>Linear interpolation (cutting)</source>
+        <translation>Interpolación lineal (corte)</translation>
+    </message>
+    <message>
+        <source>Clockwise arc (CW)</source>
+        <translation>Arco en sentido horario (CW)</translation>
+    </message>
+    <message>
+        <source>Counterclockwise arc (CCW)</source>
+        <translation>Arco en sentido antihorario (CCW)</translation>
+    </message>
+    <message>
+        <source>Dwell</source>
+        <translation>Pausa temporizada</translation>
+    </message>
+    <message>
+        <source>Exact stop (one block)</source>
+        <translation>Parada exacta (un bloque)</translation>
+    </message>
+    <message>
+        <source>Programmable data input (offsets)</source>
+        <translation>Entrada de datos programable (correctores)</translation>
+    </message>
+    <message>
+        <source>XY plane selection</source>
+        <translation>Selección del plano XY</translation>
+    </message>
+    <message>
+        <source>XZ plane selection</source>
+        <translation>Selección del plano XZ</translation>
+    </message>
+    <message>
+        <source>YZ plane selection</source>
+        <translation>Selección del plano YZ</translation>
+    </message>
+    <message>
+        <source>Units in inches</source>
+        <translation>Unidades en pulgadas</translation>
+    </message>
+    <message>
+        <source>Units in millimeters</source>
+        <translation>Unidades en milímetros</translation>
+    </message>
+    <message>
+        <source>Return to machine zero (home)</source>
+        <translation>Retorno al cero máquina (origen)</translation>
+    </message>
+    <message>
+        <source>Return to reference point 2/3/4</source>
+        <translation>Retorno al punto de referencia 2/3/4</translation>
+    </message>
+    <message>
+        <source>Cancel cutter radius compensation</source>
+        <translation>Cancelar compensación de radio de herramienta</translation>
+    </message>
+    <message>
+        <source>Cutter radius compensation left</source>
+        <translation>Compensación de radio de herramienta a la izquierda</translation>
+    </message>
+    <message>
+        <source>Cutter radius compensation right</source>
+        <translation>Compensación de radio de herramienta a la derecha</translation>
+    </message>
+    <message>
+        <source>Tool length compensation (+)</source>
+        <translation>Compensación de longitud de herramienta (+)</translation>
+    </message>
+    <message>
+        <source>Tool length compensation (−)</source>
+        <translation>Compensación de longitud de herramienta (−)</translation>
+    </message>
+    <message>
+        <source>Cancel tool length compensation</source>
+        <translation>Cancelar compensación de longitud de herramienta</translation>
+    </message>
+    <message>
+        <source>Machine coordinates (absolute position)</source>
+        <translation>Coordenadas de máquina (posición absoluta)</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 1</source>
+        <translation>Sistema de coordenadas de pieza 1</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 2</source>
+        <translation>Sistema de coordenadas de pieza 2</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 3</source>
+        <translation>Sistema de coordenadas de pieza 3</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 4</source>
+        <translation>Sistema de coordenadas de pieza 4</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 5</source>
+        <translation>Sistema de coordenadas de pieza 5</translation>
+    </message>
+    <message>
+        <source>Work coordinate system 6</source>
+        <translation>Sistema de coordenadas de pieza 6</translation>
+    </message>
+    <message>
+        <source>High-speed peck drilling cycle</source>
+        <translation>Ciclo de taladrado con picoteo de alta velocidad</translation>
+    </message>
+    <message>
+        <source>Left-hand tapping cycle</source>
+        <translation>Ciclo de roscado con macho a izquierdas</translation>
+    </message>
+    <message>
+        <source>Fine boring cycle</source>
+        <translation>Ciclo de mandrinado fino</translation>
+    </message>
+    <message>
+        <source>Cancel canned cycle</source>
+        <translation>Cancelar ciclo fijo</translation>
+    </message>
+    <message>
+        <source>Drilling cycle</source>
+        <translation>Ciclo de taladrado</translation>
+    </message>
+    <message>
+        <source>Drilling cycle with dwell</source>
+        <translation>Ciclo de taladrado con pausa</translation>
+    </message>
+    <message>
+        <source>Deep-hole peck drilling cycle</source>
+        <translation>Ciclo de taladrado profundo con picoteo</translation>
+    </message>
+    <message>
+        <source>Tapping cycle</source>
+        <translation>Ciclo de roscado con macho</translation>
+    </message>
+    <message>
+        <source>Reaming/boring cycle</source>
+        <translation>Ciclo de escariado/mandrinado</translation>
+    </message>
+    <message>
+        <source>Boring cycle</source>
+        <translation>Ciclo de mandrinado</translation>
+    </message>
+    <message>
+        <source>Absolute positioning</source>
+        <translation>Posicionamiento absoluto</translation>
+    </message>
+    <message>
+        <source>Incremental positioning</source>
+        <translation>Posicionamiento incremental</translation>
+    </message>
+    <message>
+        <source>Set coordinate system / spindle speed limit</source>
+        <translation>Fijar sistema de coordenadas / límite de velocidad del husillo</translation>
+    </message>
+    <message>
+        <source>Feed per minute</source>
+        <translation>Avance por minuto</translation>
+    </message>
+    <message>
+        <source>Feed per revolution</source>
+        <translation>Avance por revolución</translation>
+    </message>
+    <message>
+        <source>Constant surface speed (SFM/m·min)</source>
+        <translation>Velocidad de corte constante (SFM/m·min)</translation>
+    </message>
+    <message>
+        <source>Constant spindle RPM</source>
+        <translation>Velocidad constante del husillo (RPM)</translation>
+    </message>
+    <message>
+        <source>Return to initial point in canned cycle</source>
+        <translation>Retorno al punto inicial en ciclo fijo</translation>
+    </message>
+    <message>
+        <source>Return to R plane in canned cycle</source>
+        <translation>Retorno al plano R en ciclo fijo</translation>
+    </message>
+    <message>
+        <source>Program stop</source>
+        <translation>Parada de programa</translation>
+    </message>
+    <message>
+        <source>Optional stop</source>
+        <translation>Parada opcional</translation>
+    </message>
+    <message>
+        <source>End of program</source>
+        <translation>Fin de programa</translation>
+    </message>
+    <message>
+        <source>Spindle ON clockwise (CW)</source>
+        <translation>Husillo en marcha en sentido horario (CW)</translation>
+    </message>
+    <message>
+        <source>Spindle ON counterclockwise (CCW)</source>
+        <translation>Husillo en marcha en sentido antihorario (CCW)</translation>
+    </message>
+    <message>
+        <source>Spindle stop</source>
+        <translation>Parada del husillo</translation>
+    </message>
+    <message>
+        <source>Tool change</source>
+        <translation>Cambio de herramienta</translation>
+    </message>
+    <message>
+        <source>Mist coolant ON</source>
+        <translation>Refrigerante por niebla activado</translation>
+    </message>
+    <message>
+        <source>Coolant ON</source>
+        <translation>Refrigerante activado</translation>
+    </message>
+    <message>
+        <source>Coolant OFF</source>
+        <translation>Refrigerante desactivado</translation>
+    </message>
+    <message>
+        <source>Spindle orientation</source>
+        <translation>Orientación del husillo</translation>
+    </message>
+    <message>
+        <source>End of program and rewind</source>
+        <translation>Fin de programa y rebobinado</translation>
+    </message>
+    <message>
+        <source>Low speed range</source>
+        <translation>Gama de velocidades baja</translation>
+    </message>
+    <message>
+        <source>High speed range</source>
+        <translation>Gama de velocidades alta</translation>
+    </message>
+    <message>
+        <source>Call subprogram</source>
+        <translation>Llamada a subprograma</translation>
+    </message>
+    <message>
+        <source>End subprogram / return</source>
+        <translation>Fin de subprograma / retorno</translation>
+    </message>
+    <message>
+        <source>Untitled</source>
+        <translation>Sin título</translation>
+    </message>
+    <message>
+        <source>Unable to Save</source>
+        <translation>No se pudo guardar</translation>
+    </message>
+    <message>
+        <source>Choose a backup (.bak) to open</source>
+        <translation>Elija una copia de seguridad (.bak) para abrir</translation>
+    </message>
+    <message>
+        <source>Save As…</source>
+        <translation>Guardar como…</translation>
+    </message>
+    <message>
+        <source>Restore Backup…</source>
+        <translation>Restaurar copia de seguridad…</translation>
+    </message>
+    <message>
+        <source>Show Backups Folder</source>
+        <translation>Mostrar carpeta de copias de seguridad</translation>
+    </message>
+    <message>
+        <source>Choose one or more programs to edit</source>
+        <translation>Elija uno o varios programas para editar</translation>
+    </message>
+    <message>
+        <source>Unable to Open</source>
+        <translation>No se pudo abrir</translation>
+    </message>
+    <message>
+        <source>Unable to read %@.</source>
+        <translation>No se pudo leer %@.</translation>
+    </message>
+    <message>
         <source>Apply</source>
         <translation>Aplicar</translation>
     </message>
     <message>
         <source>Cancel</source>
         <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>Go To</source>
+        <translation>Ir a</translation>
+    </message>
+    <message>
+        <source>Line number or N block number (e.g. 120 or N120):</source>
+        <translation>Número de línea o número de bloque N (p. ej. 120 o N120):</translation>
+    </message>
+    <message>
+        <source>Remove M Codes</source>
+        <translation>Quitar códigos M</translation>
+    </message>
+    <message>
+        <source>M codes to remove, separated by commas (e.g. 8, 9, 0):</source>
+        <translation>Códigos M que se quitarán, separados por comas (p. ej. 8, 9, 0):</translation>
+    </message>
+    <message>
+        <source>Reduce Feed</source>
+        <translation>Reducir avance</translation>
+    </message>
+    <message>
+        <source>Reduce ALL F feed rates by this percentage:</source>
+        <translation>Reducir TODOS los avances F en este porcentaje:</translation>
+    </message>
+    <message>
+        <source>Adjust Spindle S</source>
+        <translation>Ajustar husillo S</translation>
+    </message>
+    <message>
+        <source>Change ALL S values by % (positive increases, negative decreases):</source>
+        <translation>Cambiar TODOS los valores S en % (positivo aumenta, negativo reduce):</translation>
+    </message>
+    <message>
+        <source>Axis Ranges (%@)</source>
+        <translation>Rangos de ejes (%@)</translation>
+    </message>
+    <message>
+        <source>%@:   min %.4g    max %.4g    (Δ %.4g)</source>
+        <translation>%@:   mín %.4g    máx %.4g    (Δ %.4g)</translation>
+    </message>
+    <message>
+        <source>No X, Y, or Z coordinates were found in the program.</source>
+        <translation>No se encontraron coordenadas X, Y ni Z en el programa.</translation>
+    </message>
+    <message>
+        <source>No Machine</source>
+        <translation>Sin máquina</translation>
+    </message>
+    <message>
+        <source>Add or select a machine in the panel below.</source>
+        <translation>Añada o seleccione una máquina en el panel inferior.</translation>
+    </message>
+    <message>
+        <source>No Serial Port</source>
+        <translation>Sin puerto serie</translation>
+    </message>
+    <message>
+        <source>Connect a USB-to-serial adapter and click Refresh Ports.</source>
+        <translation>Conecte un adaptador USB-serie y haga clic en Actualizar puertos.</translation>
+    </message>
+    <message>
+        <source>Remove coolant</source>
+        <translation>Quitar refrigerante</translation>
+    </message>
+    <message>
+        <source>Explorer</source>
+        <translation>Explorador</translation>
+    </message>
+    <message>
+        <source>Edit</source>
+        <translation>Editar</translation>
+    </message>
+    <message>
+        <source>Program</source>
+        <translation>Programa</translation>
+    </message>
+    <message>
+        <source>View</source>
+        <translation>Ver</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>Ayuda</translation>
+    </message>
+    <message>
+        <source>New Program</source>
+        <translation>Nuevo programa</translation>
+    </message>
+    <message>
+        <source>Open…</source>
+        <translation>Abrir…</translation>
+    </message>
+    <message>
+        <source>Add Folder…</source>
+        <translation>Añadir carpeta…</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>Guardar</translation>
+    </message>
+    <message>
+        <source>Go to Line or N Block…</source>
+        <translation>Ir a línea o bloque N…</translation>
+    </message>
+    <message>
+        <source>Renumber N Lines</source>
+        <translation>Renumerar líneas N</translation>
+    </message>
+    <message>
+        <source>Number Missing Lines</source>
+        <translation>Numerar líneas sin número</translation>
+    </message>
+    <message>
+        <source>Remove N Line Numbers</source>
+        <translation>Quitar números de línea N</translation>
+    </message>
+    <message>
+        <source>Format Uniform Spacing</source>
+        <translation>Uniformar espaciado</translation>
+    </message>
+    <message>
+        <source>Remove Coolant (M8/M08)</source>
+        <translation>Quitar refrigerante (M8/M08)</translation>
+    </message>
+    <message>
+        <source>Remove M Codes…</source>
+        <translation>Quitar códigos M…</translation>
+    </message>
+    <message>
+        <source>Reduce Feed F by Percentage…</source>
+        <translation>Reducir avance F en porcentaje…</translation>
+    </message>
+    <message>
+        <source>Adjust Spindle S by Percentage…</source>
+        <translation>Ajustar husillo S en porcentaje…</translation>
+    </message>
+    <message>
+        <source>XYZ Axis Ranges</source>
+        <translation>Rangos de ejes XYZ</translation>
+    </message>
+    <message>
+        <source>Analysis Panel</source>
+        <translation>Panel de análisis</translation>
+    </message>
+    <message>
+        <source>Increase Font Size</source>
+        <translation>Aumentar tamaño de fuente</translation>
+    </message>
+    <message>
+        <source>Decrease Font Size</source>
+        <translation>Reducir tamaño de fuente</translation>
+    </message>
+    <message>
+        <source>Send to Machine</source>
+        <translation>Enviar a la máquina</translation>
+    </message>
+    <message>
+        <source>Cancel Transfer</source>
+        <translation>Cancelar transferencia</translation>
+    </message>
+    <message>
+        <source>Refresh Ports</source>
+        <translation>Actualizar puertos</translation>
+    </message>
+    <message>
+        <source>Manage Machines…</source>
+        <translation>Gestionar máquinas…</translation>
+    </message>
+    <message>
+        <source>Analysis</source>
+        <translation>Análisis</translation>
+    </message>
+    <message>
+        <source>VARN Edit</source>
+        <translation>VARN Edit</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>Aceptar</translation>
+    </message>
+    <message>
+        <source>New</source>
+        <translation>Nuevo</translation>
+    </message>
+    <message>
+        <source>Save As</source>
+        <translation>Guardar como</translation>
+    </message>
+    <message>
+        <source>Find</source>
+        <translation>Buscar</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>Reemplazar</translation>
+    </message>
+    <message>
+        <source>Find and Replace</source>
+        <translation>Buscar y reemplazar</translation>
+    </message>
+    <message>
+        <source>Appearance</source>
+        <translation>Apariencia</translation>
+    </message>
+    <message>
+        <source>Appearance: System / Light / Dark</source>
+        <translation>Apariencia: Sistema / Claro / Oscuro</translation>
+    </message>
+    <message>
+        <source>System</source>
+        <translation>Sistema</translation>
+    </message>
+    <message>
+        <source>Light</source>
+        <translation>Claro</translation>
+    </message>
+    <message>
+        <source>Dark</source>
+        <translation>Oscuro</translation>
+    </message>
+    <message>
+        <source>New Program (⌘N)</source>
+        <translation>Nuevo programa (⌘N)</translation>
+    </message>
+    <message>
+        <source>Open… (⌘O)</source>
+        <translation>Abrir… (⌘O)</translation>
+    </message>
+    <message>
+        <source>Save (⌘S)</source>
+        <translation>Guardar (⌘S)</translation>
+    </message>
+    <message>
+        <source>Save As… (⇧⌘S)</source>
+        <translation>Guardar como… (⇧⌘S)</translation>
+    </message>
+    <message>
+        <source>Find (⌘F)</source>
+        <translation>Buscar (⌘F)</translation>
+    </message>
+    <message>
+        <source>Go to Line or N Block (⌘L)</source>
+        <translation>Ir a línea o bloque N (⌘L)</translation>
+    </message>
+    <message>
+        <source>Decrease Font Size (⌘−)</source>
+        <translation>Reducir tamaño de fuente (⌘−)</translation>
+    </message>
+    <message>
+        <source>Increase Font Size (⌘+)</source>
+        <translation>Aumentar tamaño de fuente (⌘+)</translation>
+    </message>
+    <message>
+        <source>New Program (Ctrl+N)</source>
+        <translation>Nuevo programa (Ctrl+N)</translation>
+    </message>
+    <message>
+        <source>Open… (Ctrl+O)</source>
+        <translation>Abrir… (Ctrl+O)</translation>
+    </message>
+    <message>
+        <source>Save (Ctrl+S)</source>
+        <translation>Guardar (Ctrl+S)</translation>
+    </message>
+    <message>
+        <source>Save As… (Ctrl+Shift+S)</source>
+        <translation>Guardar como… (Ctrl+Mayús+S)</translation>
+    </message>
+    <message>
+        <source>Find (Ctrl+F)</source>
+        <translation>Buscar (Ctrl+F)</translation>
+    </message>
+    <message>
+        <source>Go to Line or N Block (Ctrl+L)</source>
+        <translation>Ir a línea o bloque N (Ctrl+L)</translation>
+    </message>
+    <message>
+        <source>Decrease Font Size (Ctrl+-)</source>
+        <translation>Reducir tamaño de fuente (Ctrl+-)</translation>
+    </message>
+    <message>
+        <source>Increase Font Size (Ctrl++)</source>
+        <translation>Aumentar tamaño de fuente (Ctrl++)</translation>
+    </message>
+    <message>
+        <source>Lines</source>
+        <translation>Líneas</translation>
+    </message>
+    <message>
+        <source>Adjustments</source>
+        <translation>Ajustes</translation>
+    </message>
+    <message>
+        <source>Navigate</source>
+        <translation>Navegar</translation>
+    </message>
+    <message>
+        <source>Editing</source>
+        <translation>Edición</translation>
+    </message>
+    <message>
+        <source>Navigation</source>
+        <translation>Navegación</translation>
+    </message>
+    <message>
+        <source>Font Size</source>
+        <translation>Tamaño de fuente</translation>
+    </message>
+    <message>
+        <source>Renumber All Lines</source>
+        <translation>Renumerar todas las líneas</translation>
+    </message>
+    <message>
+        <source>Number Lines Where Missing</source>
+        <translation>Numerar líneas donde falte</translation>
+    </message>
+    <message>
+        <source>Format Spacing</source>
+        <translation>Formatear espaciado</translation>
+    </message>
+    <message>
+        <source>Remove Coolant M8/M08</source>
+        <translation>Quitar refrigerante M8/M08</translation>
+    </message>
+    <message>
+        <source>Reduce Feed F by %…</source>
+        <translation>Reducir avance F en %…</translation>
+    </message>
+    <message>
+        <source>Adjust Spindle S by %…</source>
+        <translation>Ajustar husillo S en %…</translation>
+    </message>
+    <message>
+        <source>Next Tool Change</source>
+        <translation>Siguiente cambio de herramienta</translation>
+    </message>
+    <message>
+        <source>Next Spindle Speed S</source>
+        <translation>Siguiente velocidad de husillo S</translation>
+    </message>
+    <message>
+        <source>No Program Open</source>
+        <translation>Ningún programa abierto</translation>
+    </message>
+    <message>
+        <source>Create a new program, open one from Explorer, or drag it here.</source>
+        <translation>Cree un programa nuevo, abra uno desde el Explorador o arrástrelo aquí.</translation>
+    </message>
+    <message>
+        <source>Loading…</source>
+        <translation>Cargando…</translation>
+    </message>
+    <message>
+        <source>Close Tab</source>
+        <translation>Cerrar pestaña</translation>
+    </message>
+    <message>
+        <source>Undo</source>
+        <translation>Deshacer</translation>
+    </message>
+    <message>
+        <source>Redo</source>
+        <translation>Rehacer</translation>
+    </message>
+    <message>
+        <source>Cut</source>
+        <translation>Cortar</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>Copiar</translation>
+    </message>
+    <message>
+        <source>Paste</source>
+        <translation>Pegar</translation>
+    </message>
+    <message>
+        <source>Select All</source>
+        <translation>Seleccionar todo</translation>
+    </message>
+    <message>
+        <source>Find Next</source>
+        <translation>Buscar siguiente</translation>
+    </message>
+    <message>
+        <source>Find Previous</source>
+        <translation>Buscar anterior</translation>
+    </message>
+    <message>
+        <source>Match Case</source>
+        <translation>Distinguir mayúsculas y minúsculas</translation>
+    </message>
+    <message>
+        <source>Replace All</source>
+        <translation>Reemplazar todo</translation>
+    </message>
+    <message>
+        <source>Replace with</source>
+        <translation>Reemplazar por</translation>
+    </message>
+    <message>
+        <source>Next</source>
+        <translation>Siguiente</translation>
+    </message>
+    <message>
+        <source>Previous</source>
+        <translation>Anterior</translation>
+    </message>
+    <message>
+        <source>Not found</source>
+        <translation>No encontrado</translation>
+    </message>
+    <message>
+        <source>About VARN Edit</source>
+        <translation>Acerca de VARN Edit</translation>
+    </message>
+    <message>
+        <source>Don&apos;t Save</source>
+        <translation>No guardar</translation>
+    </message>
+    <message>
+        <source>Don’t Save</source>
+        <translation>No guardar</translation>
+    </message>
+    <message>
+        <source>Save changes to %@?</source>
+        <translation>¿Guardar los cambios en %@?</translation>
+    </message>
+    <message>
+        <source>Your changes will be lost if you don&apos;t save them.</source>
+        <translation>Los cambios se perderán si no los guarda.</translation>
+    </message>
+    <message>
+        <source>Remove Folder</source>
+        <translation>Quitar carpeta</translation>
+    </message>
+    <message>
+        <source>Reveal in File Manager</source>
+        <translation>Mostrar en el gestor de archivos</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Abrir</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Preferencias</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Idioma</translation>
+    </message>
+    <message>
+        <source>Editor Font Size</source>
+        <translation>Tamaño de fuente del editor</translation>
+    </message>
+    <message>
+        <source>English</source>
+        <translation>English</translation>
+    </message>
+    <message>
+        <source>Español</source>
+        <translation>Español</translation>
+    </message>
+    <message>
+        <source>ANALYSIS</source>
+        <translation>ANÁLISIS</translation>
+    </message>
+    <message>
+        <source>Recalculate</source>
+        <translation>Recalcular</translation>
+    </message>
+    <message>
+        <source>Close Panel</source>
+        <translation>Cerrar panel</translation>
+    </message>
+    <message>
+        <source>Analyzing program…</source>
+        <translation>Analizando programa…</translation>
+    </message>
+    <message>
+        <source>Open a program to analyze it.</source>
+        <translation>Abra un programa para analizarlo.</translation>
+    </message>
+    <message>
+        <source>Summary</source>
+        <translation>Resumen</translation>
+    </message>
+    <message>
+        <source>Program Number</source>
+        <translation>Número de programa</translation>
+    </message>
+    <message>
+        <source>Units</source>
+        <translation>Unidades</translation>
+    </message>
+    <message>
+        <source>Tools</source>
+        <translation>Herramientas</translation>
+    </message>
+    <message>
+        <source>Estimated Time</source>
+        <translation>Tiempo estimado</translation>
+    </message>
+    <message>
+        <source>S (spindle)</source>
+        <translation>S (husillo)</translation>
+    </message>
+    <message>
+        <source>F (feed)</source>
+        <translation>F (avance)</translation>
+    </message>
+    <message>
+        <source>Comments</source>
+        <translation>Comentarios</translation>
+    </message>
+    <message>
+        <source>Warnings</source>
+        <translation>Avisos</translation>
+    </message>
+    <message>
+        <source>No Warnings</source>
+        <translation>Sin avisos</translation>
+    </message>
+    <message>
+        <source>Line %@</source>
+        <translation>Línea %@</translation>
+    </message>
+    <message>
+        <source>standard input</source>
+        <translation>entrada estándar</translation>
+    </message>
+    <message>
+        <source>Cannot read %@.</source>
+        <translation>No se puede leer %@.</translation>
+    </message>
+    <message>
+        <source>%@: no such file.</source>
+        <translation>%@: no existe el archivo.</translation>
+    </message>
+    <message>
+        <source>%@: cannot read the file (%@).</source>
+        <translation>%@: no se puede leer el archivo (%@).</translation>
+    </message>
+    <message>
+        <source>%@: not valid UTF-8 (byte %@).</source>
+        <translation>%@: no es UTF-8 válido (byte %@).</translation>
+    </message>
+    <message>
+        <source>Missing argument. Usage: %@</source>
+        <translation>Falta un argumento. Uso: %@</translation>
+    </message>
+    <message>
+        <source>Unexpected argument &quot;%@&quot;. Usage: %@</source>
+        <translation>Argumento inesperado &quot;%@&quot;. Uso: %@</translation>
+    </message>
+    <message>
+        <source>Unknown language &quot;%@&quot; (use en or es).</source>
+        <translation>Idioma desconocido &quot;%@&quot; (use en o es).</translation>
+    </message>
+    <message>
+        <source>Unknown option %@ for &quot;%@&quot;.</source>
+        <translation>Opción %@ desconocida para &quot;%@&quot;.</translation>
+    </message>
+    <message>
+        <source>Option %@ needs a value.</source>
+        <translation>La opción %@ necesita un valor.</translation>
+    </message>
+    <message>
+        <source>Option %@ takes no value.</source>
+        <translation>La opción %@ no admite valor.</translation>
     </message>
 </context>
 </TS>
