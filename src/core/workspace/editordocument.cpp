@@ -173,7 +173,7 @@ bool EditorDocument::isDirty() const
         if (found < 0) {
             m_dirty = false;
             m_commonPrefix = length;
-            m_commonSuffix = 0;
+            m_commonSuffix = length;
         } else {
             m_dirty = true;
             m_commonPrefix += found;
@@ -232,8 +232,10 @@ void EditorDocument::forgetBounds()
 
 void EditorDocument::markSavedEqualsText()
 {
+    // Equal texts share all of themselves from either end; the two bounds
+    // may overlap, which only means more is known than needed.
     m_commonPrefix = m_storage->length();
-    m_commonSuffix = 0;
+    m_commonSuffix = m_commonPrefix;
     m_prefixEndsAtDifference = false;
     m_dirtyRevision = m_revision;
     m_dirty = false;
