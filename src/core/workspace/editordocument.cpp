@@ -52,6 +52,12 @@ EditorDocument::EditorDocument(const QUrl &url, QObject *parent) : EditorDocumen
     m_loading = true;
 }
 
+EditorDocument::EditorDocument(const QUrl &url, const QString &contents, QObject *parent)
+    : QObject(parent), m_url(url), m_storage(std::make_unique<StringTextStorage>(contents)), m_savedText(contents)
+{
+    markSavedEqualsText();
+}
+
 EditorDocument::~EditorDocument() = default;
 
 void EditorDocument::setUrl(const QUrl &url)

@@ -14,6 +14,10 @@
 // a time. By default that is a plain QString; the editor view attaches its own
 // (the widget's gap buffer) so that typing never goes through a copy of the
 // whole program. Positions and lengths are in UTF-16 code units, as in QString.
+//
+// The document calls `setText` and `replace` itself when the text changes from
+// outside (a tool, a reload); a storage must not report those back through
+// `EditorDocument::recordEdit`, or they would count twice.
 class DocumentTextStorage {
 public:
     virtual ~DocumentTextStorage() = default;
@@ -85,6 +89,9 @@ public:
     // A document for a file; it starts loading (empty text, `isLoading` true)
     // until `finishLoading` hands it the contents.
     explicit EditorDocument(const QUrl &url, QObject *parent = nullptr);
+    // A document for a file whose contents are already at hand (read ahead):
+    // text and saved text from the start, revision 0, not loading.
+    EditorDocument(const QUrl &url, const QString &contents, QObject *parent = nullptr);
     ~EditorDocument() override;
 
     QUuid id() const { return m_id; }
@@ -134,6 +141,8 @@ public:
     bool hasAttachedStorage() const { return m_attached; }
 
 signals:
+    // Views that show the dirty state ask `isDirty` again on `textChanged` and
+    // `savedTextChanged`; that is cheap, see above.
     void urlChanged(const QUrl &url);
     // After every change of the text, with the new revision.
     void textChanged(qint64 revision);

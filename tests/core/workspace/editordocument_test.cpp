@@ -92,6 +92,18 @@ TEST(EditorDocument, FileDocumentLoadsIntoTextAndSavedTextAtOnce)
     EXPECT_EQ(changed.count(), 1);
 }
 
+TEST(EditorDocument, DocumentFromTextAtHandStartsCleanAtRevisionZero)
+{
+    EditorDocument document(QUrl::fromLocalFile("/p/cached.nc"), "G0 X0\nM30\n");
+    EXPECT_FALSE(document.isLoading());
+    EXPECT_EQ(document.revision(), 0);
+    EXPECT_EQ(document.text(), "G0 X0\nM30\n");
+    EXPECT_FALSE(document.isDirty());
+    document.replace(0, 0, "%\n");
+    EXPECT_TRUE(document.isDirty());
+    EXPECT_EQ(document.revision(), 1);
+}
+
 TEST(EditorDocument, RevisionRisesByOnePerChangeAndNotForTheSameText)
 {
     EditorDocument document;
