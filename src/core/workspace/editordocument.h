@@ -1,0 +1,173 @@
+#pragma once
+
+#include "workspace/l10n.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringView>
+#include <QUrl>
+#include <QUuid>
+
+#include <memory>
+
+// Where the current text of a document lives. The document owns one storage at
+// a time. By default that is a plain QString; the editor view attaches its own
+// (the widget's gap buffer) so that typing never goes through a copy of the
+// whole program. Positions and lengths are in UTF-16 code units, as in QString.
+//
+// The document calls `setText` and `replace` itself when the text changes from
+// outside (a tool, a reload); a storage must not report those back through
+// `EditorDocument::recordEdit`, or they would count twice.
+class DocumentTextStorage {
+public:
+    virtual ~DocumentTextStorage() = default;
+
+    virtual qsizetype length() const = 0;
+    // The whole text; for tools, saving, backups and analysis, not per keystroke.
+    virtual QString text() const = 0;
+    virtual void setText(const QString &text) = 0;
+    virtual void replace(qsizetype position, qsizetype removed, const QString &inserted) = 0;
+    // Compares the `expected.size()` units starting at `position` with
+    // `expected`: the offset (from `position`) of the first unit that differs,
+    // or -1 when the whole range is equal. The dirty check calls this only on
+    // the part of the text edited since the last save, so a storage should not
+    // materialise the rest.
+    virtual qsizetype firstDifference(qsizetype position, QStringView expected) const = 0;
+};
+
+// The default storage: one implicitly shared QString. Right after a load or a
+// save the text and the saved text share one buffer.
+class StringTextStorage final : public DocumentTextStorage {
+public:
+    explicit StringTextStorage(QString text = {}) : m_text(std::move(text)) {}
+
+    qsizetype length() const override { return m_text.size(); }
+    QString text() const override { return m_text; }
+    void setText(const QString &text) override { m_text = text; }
+    void replace(qsizetype position, qsizetype removed, const QString &inserted) override;
+    qsizetype firstDifference(qsizetype position, QStringView expected) const override;
+
+private:
+    QString m_text;
+};
+
+// One open program: its text as edited, the text as last read from or written
+// to disk, where it lives, and a change counter.
+//
+// `revision` rises by exactly 1 with every change of the text and never
+// otherwise; the editor view and the analysis cache pair it with `id` to tell
+// whether what they hold is current. Setting the text it already has changes
+// nothing and signals nothing.
+//
+// Dirty means exactly "the text differs from savedText"; there is no stored
+// flag, so an edit undone back to the saved text is clean again. To keep that
+// cheap on a 100 MB program the document remembers, as lower bounds, how many
+// leading and trailing units the text is known to share with the saved text.
+// An edit reported with its position shrinks those bounds to the untouched
+// parts; `isDirty` first compares lengths, then compares only the middle part
+// between the bounds (usually a few characters around the edits made since
+// the last save) and caches the answer for the current revision. A difference
+// found there is remembered too: edits after it cannot undo it, so while the
+// user types further down the text stays dirty without comparing. A whole-text
+// replacement (a tool, a reload) forgets the bounds, so the next check compares
+// everything once, which costs no more than producing that text did.
+//
+// Edits come in two ways. `replace` edits through the document. `recordEdit`
+// is for an attached storage that its owner (the editor widget) has already
+// changed: the document is told where, not given the text.
+//
+// Saving writes the text atomically; a failed save leaves the file on disk and
+// the document (url, saved text, dirty state) as they were, and hands the
+// system's error text to the caller, which decides how to show it.
+//
+// Main thread only.
+class EditorDocument : public QObject {
+    Q_OBJECT
+
+public:
+    explicit EditorDocument(QObject *parent = nullptr);
+    // A document for a file; it starts loading (empty text, `isLoading` true)
+    // until `finishLoading` hands it the contents.
+    explicit EditorDocument(const QUrl &url, QObject *parent = nullptr);
+    // A document for a file whose contents are already at hand (read ahead):
+    // text and saved text from the start, revision 0, not loading.
+    EditorDocument(const QUrl &url, const QString &contents, QObject *parent = nullptr);
+    ~EditorDocument() override;
+
+    QUuid id() const { return m_id; }
+
+    QUrl url() const { return m_url; }
+    bool isUntitled() const { return m_url.isEmpty(); }
+    void setUrl(const QUrl &url);
+    // The last path component, or "Untitled" in the interface language.
+    QString displayName(AppLanguage language) const;
+
+    QString text() const;
+    qsizetype textLength() const;
+    bool isEmpty() const { return textLength() == 0; }
+    void setText(const QString &text);
+    // Replaces `removed` units at `position` with `inserted` through the storage.
+    void replace(qsizetype position, qsizetype removed, const QString &inserted);
+    // The attached storage has already replaced `removed` units at `position`
+    // with `inserted` units; account for it. A change of nothing is ignored.
+    void recordEdit(qsizetype position, qsizetype removed, qsizetype inserted);
+    // The attached storage changed in a way its owner cannot describe.
+    void recordEdit();
+
+    QString savedText() const { return m_savedText; }
+    void setSavedText(const QString &savedText);
+
+    qint64 revision() const { return m_revision; }
+
+    bool isLoading() const { return m_loading; }
+    void setLoading(bool loading);
+    // The file's contents arrived: they become both text and saved text (one
+    // shared buffer), and loading ends.
+    void finishLoading(const QString &contents);
+
+    bool isDirty() const;
+
+    // Writes the text to `target` atomically. On success `url` becomes the
+    // target and `savedText` the text written; on failure nothing changes and
+    // the system's error text is returned. Empty on success.
+    QString saveTo(const QUrl &target);
+
+    // Hands the text over to `storage`: its old contents are replaced by the
+    // document's text. Revision and dirty state are unchanged.
+    void attachStorage(std::unique_ptr<DocumentTextStorage> storage);
+    // Takes the text back into a plain string and returns the storage that was
+    // attached (null if none was).
+    std::unique_ptr<DocumentTextStorage> detachStorage();
+    bool hasAttachedStorage() const { return m_attached; }
+
+signals:
+    // Views that show the dirty state ask `isDirty` again on `textChanged` and
+    // `savedTextChanged`; that is cheap, see above.
+    void urlChanged(const QUrl &url);
+    // After every change of the text, with the new revision.
+    void textChanged(qint64 revision);
+    void savedTextChanged();
+    void loadingChanged(bool loading);
+
+private:
+    void textDidChange();
+    void forgetBounds();
+    void markSavedEqualsText();
+
+    const QUuid m_id = QUuid::createUuid();
+    QUrl m_url;
+    std::unique_ptr<DocumentTextStorage> m_storage;
+    bool m_attached = false;
+    QString m_savedText;
+    qint64 m_revision = 0;
+    bool m_loading = false;
+
+    // Text and saved text agree on their first m_commonPrefix and their last
+    // m_commonSuffix units (lower bounds; see the class comment).
+    mutable qsizetype m_commonPrefix = 0;
+    mutable qsizetype m_commonSuffix = 0;
+    // The unit right after the common prefix is known to differ.
+    mutable bool m_prefixEndsAtDifference = false;
+    mutable qint64 m_dirtyRevision = -1; // revision the cached answer is for; -1 none
+    mutable bool m_dirty = false;
+};

@@ -1,0 +1,143 @@
+#include "textfile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStringDecoder>
+#include <QStringEncoder>
+
+#include <cerrno>
+
+namespace {
+
+constexpr char kByteOrderMark[] = "\xEF\xBB\xBF";
+
+// A program this size is encoded and written in pieces, so saving a 100 MB
+// file does not need a second 100 MB buffer on top of the text.
+constexpr qsizetype kWriteChunk = 1 << 20;
+
+bool isContinuation(unsigned char byte)
+{
+    return (byte & 0xC0) == 0x80;
+}
+
+} // namespace
+
+qint64 TextFile::firstInvalidUtf8Offset(QByteArrayView bytes)
+{
+    const auto *data = reinterpret_cast<const unsigned char *>(bytes.data());
+    const qsizetype size = bytes.size();
+    qsizetype i = 0;
+    while (i < size) {
+        const unsigned char lead = data[i];
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        qsizetype length = 0;
+        // The allowed range of the second byte closes off overlong forms,
+        // surrogates (ED A0..BF) and code points above U+10FFFF (F4 90..).
+        unsigned char secondLow = 0x80;
+        unsigned char secondHigh = 0xBF;
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead >= 0xE0 && lead <= 0xEF) {
+            length = 3;
+            if (lead == 0xE0) {
+                secondLow = 0xA0;
+            } else if (lead == 0xED) {
+                secondHigh = 0x9F;
+            }
+        } else if (lead >= 0xF0 && lead <= 0xF4) {
+            length = 4;
+            if (lead == 0xF0) {
+                secondLow = 0x90;
+            } else if (lead == 0xF4) {
+                secondHigh = 0x8F;
+            }
+        } else {
+            return i; // a stray continuation byte, C0/C1 or F5..FF
+        }
+        if (i + 1 >= size || data[i + 1] < secondLow || data[i + 1] > secondHigh) {
+            return i;
+        }
+        for (qsizetype k = 2; k < length; ++k) {
+            if (i + k >= size || !isContinuation(data[i + k])) {
+                return i;
+            }
+        }
+        i += length;
+    }
+    return -1;
+}
+
+TextFile::ReadResult TextFile::decode(const QByteArray &bytes)
+{
+    ReadResult result;
+    QByteArrayView body(bytes);
+    if (body.startsWith(QByteArrayView(kByteOrderMark, 3))) {
+        result.hadByteOrderMark = true;
+        body = body.sliced(3);
+    }
+    // Stateless, so a sequence cut short by the end of the file is an error
+    // rather than bytes kept back waiting for more input.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    QString text = decoder.decode(body);
+    if (decoder.hasError()) {
+        // The decoder only says that something is wrong; the user needs to
+        // know where. Our own scan agrees with it on every form it rejects, so
+        // the fallback to the start of the file is only a guard.
+        const qint64 bad = firstInvalidUtf8Offset(body);
+        result.error = ReadError::invalidUtf8;
+        result.invalidByteOffset = (bad >= 0 ? bad : 0) + (result.hadByteOrderMark ? 3 : 0);
+        return result;
+    }
+    result.text = std::move(text);
+    return result;
+}
+
+TextFile::ReadResult TextFile::read(const QString &path)
+{
+    ReadResult result;
+    QFile file(path);
+    if (QFileInfo(path).isDir()) {
+        // QFile opens a folder on Linux and then reads nothing; say what it is.
+        result.error = ReadError::cannotOpen;
+        result.errorString = qt_error_string(EISDIR);
+        return result;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        result.error = ReadError::cannotOpen;
+        result.errorString = file.errorString();
+        return result;
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        result.error = ReadError::cannotRead;
+        result.errorString = file.errorString();
+        return result;
+    }
+    return decode(bytes);
+}
+
+QString TextFile::writeAtomically(const QString &path, const QString &text)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return file.errorString();
+    }
+    // Stateful, so a surrogate pair split between two chunks is encoded whole.
+    QStringEncoder encoder(QStringEncoder::Utf8);
+    for (qsizetype from = 0; from < text.size(); from += kWriteChunk) {
+        const QByteArray bytes = encoder.encode(QStringView(text).mid(from, kWriteChunk));
+        if (file.write(bytes) != bytes.size()) {
+            const QString error = file.errorString();
+            file.cancelWriting();
+            return error;
+        }
+    }
+    if (!file.commit()) {
+        return file.errorString();
+    }
+    return {};
+}

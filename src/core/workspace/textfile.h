@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+// Reading and writing program files as UTF-8, shared by the desktop program and
+// `varn` so both refuse the same files and report the same byte offset.
+//
+// Reading is all or nothing: a file that is not valid UTF-8 gives no text at
+// all, never a half-decoded program with replacement characters that a later
+// save would write back over the user's file.
+//
+// A UTF-8 byte order mark at the start of a file is dropped from the text and
+// reported in `hadByteOrderMark`; a save then writes the file without it. We
+// drop it because a controller receives the text as Latin-1 and would choke on
+// the three extra bytes in front of "%". Files without a mark (nearly all of
+// them) round-trip byte for byte: line ends, trailing blanks and a missing
+// final newline are left exactly as they were.
+//
+// Writing goes through QSaveFile: the bytes land in a temporary file beside the
+// target, which replaces the target only once everything is on disk. A write
+// that fails leaves the old file whole.
+class TextFile {
+public:
+    enum class ReadError {
+        none,
+        cannotOpen,  // missing, no permission, a folder; `errorString` holds the system's text
+        cannotRead,  // the read itself failed; `errorString` holds the system's text
+        invalidUtf8, // `invalidByteOffset` is the first byte of the first bad sequence
+    };
+
+    struct ReadResult {
+        QString text;
+        ReadError error = ReadError::none;
+        qint64 invalidByteOffset = -1;
+        QString errorString;
+        bool hadByteOrderMark = false;
+
+        bool ok() const { return error == ReadError::none; }
+    };
+
+    static ReadResult read(const QString &path);
+    // The decoding half of `read`, for bytes that did not come from a file.
+    static ReadResult decode(const QByteArray &bytes);
+    // Offset of the first byte that does not start or continue a well-formed
+    // UTF-8 sequence (overlong forms, surrogates, values past U+10FFFF and
+    // sequences cut short by the end count as bad); -1 when all is well-formed.
+    static qint64 firstInvalidUtf8Offset(QByteArrayView bytes);
+
+    // Writes `text` as UTF-8 (no byte order mark) and replaces `path` atomically.
+    // Returns the system's description of the failure, or an empty string.
+    static QString writeAtomically(const QString &path, const QString &text);
+};

@@ -1,0 +1,179 @@
+#include "workspace/textfile.h"
+
+#include "readonlyfolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace {
+
+QByteArray readBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+void writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_EQ(file.write(bytes), bytes.size());
+}
+
+// Read, then write back: the bytes on disk must not move by one.
+void expectRoundTrip(const QByteArray &bytes)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("program.nc");
+    writeBytes(path, bytes);
+    const TextFile::ReadResult read = TextFile::read(path);
+    ASSERT_TRUE(read.ok()) << int(read.error);
+    const QString copy = dir.filePath("copy.nc");
+    ASSERT_EQ(TextFile::writeAtomically(copy, read.text), QString());
+    EXPECT_EQ(readBytes(copy), bytes);
+}
+
+} // namespace
+
+TEST(TextFile, LineEndsBlanksAndMissingFinalNewlineRoundTripByteForByte)
+{
+    expectRoundTrip("%\r\nO1000 (CRLF)\r\nN10 G0 X0\r\nM30\r\n%\r\n");
+    expectRoundTrip("G0 X1\nG1 Y2\r\nG2 Z3\rM30"); // mixed, lone CR, no final newline
+    expectRoundTrip("N10 G0 X0   \t\n\n\nN20 M30");
+    expectRoundTrip("(ÁNGULO 45° — AÇO INOX) € 😀\r\n");
+    expectRoundTrip("");
+    expectRoundTrip(QByteArray("A\0B\n", 4)); // a NUL is valid UTF-8 and must survive
+}
+
+TEST(TextFile, OneMegabyteLineRoundTripsAndCrossesTheWriteChunks)
+{
+    QByteArray line = "N10 G1";
+    while (line.size() < (1 << 20)) {
+        line += " X1.2345 Y-6.789";
+    }
+    expectRoundTrip(line + "\r\nM30\r\n");
+
+    // A four-byte character whose surrogate pair straddles the chunk boundary
+    // of the writer (1 Mi UTF-16 units) is still written as one character.
+    QByteArray straddle((1 << 20) - 1, 'X');
+    straddle += "😀 tail";
+    expectRoundTrip(straddle);
+}
+
+TEST(TextFile, InvalidUtf8IsRefusedWithTheOffsetOfTheFirstBadSequence)
+{
+    const struct {
+        QByteArray bytes;
+        qint64 offset; // -1: well-formed
+    } cases[] = {
+        {"G0 X1\n\x80 rest", 6},      // stray continuation byte
+        {"ok\xC0\xAF", 2},            // overlong two-byte forms
+        {"ok\xC1\xBF", 2},            //
+        {"ok \xE0\x80\xAF", 3},       // overlong three-byte form
+        {"ok \xF0\x80\x80\xAF", 3},   // overlong four-byte form
+        {"abc\xED\xA0\x80", 3},       // UTF-16 surrogate
+        {"abc\xF4\x90\x80\x80", 3},   // above U+10FFFF
+        {"abc\xF5\x80\x80\x80", 3},   // lead byte that cannot occur
+        {"\xFF", 0},                  //
+        {"N10 \xC3(", 4},             // lead byte followed by ASCII
+        {"N10 \xE2\x82", 4},          // cut short by the end of the file
+        {"N10 X1.5 (\xE9t\xE9)", 10}, // Latin-1, the usual culprit
+        {"\xC3\xA9 then \xE9", 8},    // valid multi-byte before the bad one
+        {"\xEF\xBB\xBFG0 \x80", 6},   // the offset counts the byte order mark
+        {"\xC2\x80 \xDF\xBF \xE0\xA0\x80 \xED\x9F\xBF \xEF\xBF\xBF \xF0\x90\x80\x80 \xF4\x8F\xBF\xBF", -1},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.bytes.toHex(' ').toStdString());
+        const TextFile::ReadResult result = TextFile::decode(c.bytes);
+        EXPECT_EQ(TextFile::firstInvalidUtf8Offset(c.bytes), c.offset);
+        if (c.offset >= 0) {
+            EXPECT_EQ(result.error, TextFile::ReadError::invalidUtf8);
+            EXPECT_EQ(result.invalidByteOffset, c.offset);
+            EXPECT_TRUE(result.text.isEmpty()); // never a half-decoded program
+        } else {
+            EXPECT_TRUE(result.ok());
+        }
+    }
+}
+
+TEST(TextFile, ByteOrderMarkIsDroppedAndReportedOnlyAtTheStart)
+{
+    const TextFile::ReadResult withMark = TextFile::decode("\xEF\xBB\xBF%\nO1\n");
+    EXPECT_TRUE(withMark.hadByteOrderMark);
+    EXPECT_EQ(withMark.text, "%\nO1\n");
+    EXPECT_FALSE(TextFile::decode("%\nO1\n").hadByteOrderMark);
+    EXPECT_EQ(TextFile::decode("A\xEF\xBB\xBF").text, QString("A") + QChar(0xFEFF));
+}
+
+TEST(TextFile, MissingFileAndFolderCannotBeOpened)
+{
+    QTemporaryDir dir;
+    for (const QString &path : {dir.filePath("nope.nc"), dir.path()}) {
+        const TextFile::ReadResult result = TextFile::read(path);
+        EXPECT_EQ(result.error, TextFile::ReadError::cannotOpen);
+        EXPECT_FALSE(result.errorString.isEmpty());
+    }
+}
+
+TEST(TextFile, WriteIntoReadOnlyFolderFailsAndLeavesTheOldFileWhole)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("part.nc");
+    writeBytes(path, "G0 X0\nM30\n");
+    ReadOnlyFolder readOnly(dir.path());
+    if (readOnly.writable()) {
+        GTEST_SKIP() << "cannot make a folder read-only here";
+    }
+    const QString error = TextFile::writeAtomically(path, "G0 X999\n");
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_EQ(readBytes(path), "G0 X0\nM30\n");
+}
+
+TEST(TextFile, WriteThatFailsHalfwayLeavesTheOldFileWhole)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("part.nc");
+    writeBytes(path, "G0 X0\nM30\n");
+
+    // A file-size limit makes the disk "full" after 64 KiB, root or not.
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = old;
+    small.rlim_cur = 64 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const QString error = TextFile::writeAtomically(path, QString(3 << 20, QLatin1Char('X')));
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldHandler);
+
+    EXPECT_FALSE(error.isEmpty());
+    EXPECT_EQ(readBytes(path), "G0 X0\nM30\n");
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"part.nc"});
+}
+
+TEST(TextFile, EveryCorpusProgramRoundTrips)
+{
+    const QDir corpus(QStringLiteral(VARN_CORPUS_DIR));
+    if (!corpus.exists()) {
+        GTEST_SKIP() << "no corpus at " << VARN_CORPUS_DIR;
+    }
+    QTemporaryDir dir;
+    int checked = 0;
+    for (const QFileInfo &info : corpus.entryInfoList(QDir::Files)) {
+        SCOPED_TRACE(info.fileName().toStdString());
+        const QByteArray original = readBytes(info.filePath());
+        const TextFile::ReadResult read = TextFile::read(info.filePath());
+        ASSERT_TRUE(read.ok()) << "offset " << read.invalidByteOffset;
+        const QString copy = dir.filePath("copy");
+        ASSERT_EQ(TextFile::writeAtomically(copy, read.text), QString());
+        const QByteArray expected = read.hadByteOrderMark ? original.mid(3) : original;
+        EXPECT_EQ(readBytes(copy), expected);
+        ++checked;
+    }
+    EXPECT_GT(checked, 0);
+}
