@@ -103,7 +103,7 @@ int SerialPortScanner::rank(const QString &name)
     if (name.contains(QLatin1String("usbmodem")) || name.startsWith(QLatin1String("ttyACM"))) {
         return 1;
     }
-    // Upper-case "URT" on purpose: it matches the vendors' "UART" names without catching ordinary words.
+    // "URT" stays upper-case and exact: "UART" does not contain it, and the lists users know depend on that.
     if (name.contains(QLatin1String("URT")) || name.contains(QLatin1String("serial"))) {
         return 2;
     }

@@ -38,9 +38,9 @@ public:
     };
 
     struct Options {
-        QByteArray expected;       // what the sender should deliver, byte for byte
+        QByteArray expected = {};  // what the sender should deliver, byte for byte
         double bytesPerSecond = 0; // 0: as fast as the pty delivers; 115200 8N1 is 11520
-        QList<Hold> holds;         // in order of triggering
+        QList<Hold> holds = {};    // in order of triggering
         qint64 hangUpAtByte = -1;  // close the master after this many bytes; -1 never
         Millis lifetime{15000};    // the emulator stops on its own after this
         Millis graceQuiet{25};
