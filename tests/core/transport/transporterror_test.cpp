@@ -25,14 +25,17 @@ TEST(TransportError, EnglishTexts)
     }
 }
 
-TEST(TransportError, SpanishKeepsThePayloadAndTranslates)
+TEST(TransportError, SpanishKeepsThePayload)
 {
     const TransportError open = TransportError::openFailed("/dev/ttyACM0", "No such file or directory", ENOENT);
     const QString spanish = open.description(AppLanguage::spanish);
     EXPECT_TRUE(spanish.contains("/dev/ttyACM0")) << spanish.toStdString();
     EXPECT_TRUE(spanish.contains("No such file or directory")) << spanish.toStdString();
     EXPECT_FALSE(spanish.contains("%@"));
+}
 
+TEST(TransportError, SpanishDiffersFromEnglish)
+{
     if (L10n::text("Transfer Cancelled", AppLanguage::spanish) == "Transfer Cancelled") {
         GTEST_SKIP() << "the Spanish table has no transfer texts yet";
     }
