@@ -222,9 +222,12 @@ void MachineEmulator::run()
             want = std::min(want, m_options.hangUpAtByte - received);
         }
         if (want <= 0 && m_options.hangUpAtByte >= 0 && received >= m_options.hangUpAtByte) {
+            {
+                // Flag first: the sender sees the hang-up the moment the master closes.
+                std::lock_guard guard(m_mutex);
+                m_hungUp = true;
+            }
             m_pty.closeMaster();
-            std::lock_guard guard(m_mutex);
-            m_hungUp = true;
             break;
         }
         if (want <= 0) {
