@@ -63,7 +63,7 @@ void writeThroughput(benchmark::State &state)
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * payload.size());
     state.counters["MB"] = benchmark::Counter(double(payload.size()) / 1e6 * double(state.iterations()),
-                                                benchmark::Counter::kIsRate);
+                                              benchmark::Counter::kIsRate);
 }
 BENCHMARK(writeThroughput)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
 

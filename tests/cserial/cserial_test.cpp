@@ -86,25 +86,27 @@ TEST_P(CserialConfigure, BitsLandInTheirFlagWords)
     EXPECT_EQ(tio.c_cc[VTIME], 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lines, CserialConfigure,
-    ::testing::Values(
-        // parity stop flow | CSTOPB PARODD CRTSCTS IXON|IXOFF
-        LineCase{0, 1, 0, false, false, false, false}, LineCase{1, 1, 0, false, false, false, false},
-        LineCase{2, 1, 0, false, true, false, false},
-        LineCase{3, 1, 0, false, false, false, false}, // mark reaches the port as none
-        LineCase{4, 2, 0, true, false, false, false},  // space too
-        LineCase{0, 2, 1, true, false, false, true}, LineCase{2, 2, 2, true, true, true, false},
-        LineCase{0, 1, 9, false, false, false, false}, // unknown flow control is none
-        LineCase{0, 3, 1, false, false, false, true}   // only 2 means two stop bits
-        ));
+INSTANTIATE_TEST_SUITE_P(Lines, CserialConfigure,
+                         ::testing::Values(
+                             // parity stop flow | CSTOPB PARODD CRTSCTS IXON|IXOFF
+                             LineCase{0, 1, 0, false, false, false, false},
+                             LineCase{1, 1, 0, false, false, false, false},
+                             LineCase{2, 1, 0, false, true, false, false},
+                             LineCase{3, 1, 0, false, false, false, false}, // mark reaches the port as none
+                             LineCase{4, 2, 0, true, false, false, false},  // space too
+                             LineCase{0, 2, 1, true, false, false, true},
+                             LineCase{2, 2, 2, true, true, true, false},
+                             LineCase{0, 1, 9, false, false, false, false}, // unknown flow control is none
+                             LineCase{0, 3, 1, false, false, false, true}   // only 2 means two stop bits
+                             ));
 
 TEST(Cserial, StandardSpeedSetsBothDirections)
 {
     PtyPair pty;
     ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
     SlaveFd slave(pty.slavePath());
-    for (const auto &[baud, code] : {std::pair{4800, B4800}, std::pair{115200, B115200}, std::pair{110, B110}}) {
+    for (const auto &[baud, code] :
+         {std::pair{4800, B4800}, std::pair{115200, B115200}, std::pair{110, B110}}) {
         ASSERT_EQ(cserial_configure(slave.fd, baud, 8, 0, 1, 0, true, true), 0) << baud;
         const termios tio = attributes(slave.fd);
         EXPECT_EQ(cfgetospeed(&tio), code) << baud;

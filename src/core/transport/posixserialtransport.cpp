@@ -28,9 +28,11 @@ QString systemErrorText(int code)
 } // namespace
 
 PosixSerialTransport::PosixSerialTransport(QString devicePath, std::chrono::milliseconds stallLimit,
-                                           std::chrono::milliseconds drainLimit, OutputPendingQuery outputPending,
+                                           std::chrono::milliseconds drainLimit,
+                                           OutputPendingQuery outputPending,
                                            std::chrono::milliseconds pollInterval,
-                                           std::chrono::milliseconds drainPoll, std::chrono::milliseconds settle)
+                                           std::chrono::milliseconds drainPoll,
+                                           std::chrono::milliseconds settle)
     : m_devicePath(std::move(devicePath)), m_stallLimit(stallLimit), m_drainLimit(drainLimit),
       m_outputPending(outputPending ? std::move(outputPending) : defaultOutputPending()),
       m_pollInterval(pollInterval), m_drainPoll(drainPoll), m_settle(settle)

@@ -32,7 +32,9 @@ bool sendControl(int fd, char c)
 
 } // namespace
 
-MachineEmulator::MachineEmulator(PtyPair &pty, Options options) : m_pty(pty), m_options(std::move(options)) {}
+MachineEmulator::MachineEmulator(PtyPair &pty, Options options) : m_pty(pty), m_options(std::move(options))
+{
+}
 
 MachineEmulator::~MachineEmulator()
 {
@@ -179,8 +181,9 @@ void MachineEmulator::run()
 
             if (!m_holding && nextHold < m_options.holds.size()) {
                 const Hold &hold = m_options.holds.at(nextHold);
-                const bool due = hold.atByte >= 0 ? received >= hold.atByte
-                                                  : (hold.atTime >= Millis(0) && now - started >= hold.atTime);
+                const bool due = hold.atByte >= 0
+                                     ? received >= hold.atByte
+                                     : (hold.atTime >= Millis(0) && now - started >= hold.atTime);
                 if (due && sendControl(fd, kXoff)) {
                     m_holding = true;
                     m_graceOver = false;
@@ -203,8 +206,8 @@ void MachineEmulator::run()
                     paceStart = now;
                     pacedBytes = 0;
                     m_changed.notify_all();
-                } else if (!m_graceOver &&
-                           (now - lastInFlight >= m_options.graceQuiet || now - holdStarted >= m_options.graceMax)) {
+                } else if (!m_graceOver && (now - lastInFlight >= m_options.graceQuiet ||
+                                            now - holdStarted >= m_options.graceMax)) {
                     m_graceOver = true;
                     m_changed.notify_all();
                 }

@@ -32,8 +32,8 @@ public:
     // One XOFF ... XON episode. Triggered by a byte count or a time, whichever
     // is set (atByte wins when both are).
     struct Hold {
-        qint64 atByte = -1;     // XOFF once this many bytes have arrived
-        Millis atTime{-1};      // or this long after start()
+        qint64 atByte = -1;              // XOFF once this many bytes have arrived
+        Millis atTime{-1};               // or this long after start()
         Millis duration = untilReleased; // XON this long after the XOFF; untilReleased: until releaseHold()
     };
 
@@ -45,7 +45,7 @@ public:
         Millis lifetime{15000};    // the emulator stops on its own after this
         Millis graceQuiet{25};
         Millis graceMax{250};
-        qint64 slackBytes = 0;     // bytes tolerated while holding, see heldQuiet()
+        qint64 slackBytes = 0; // bytes tolerated while holding, see heldQuiet()
     };
 
     MachineEmulator(PtyPair &pty, Options options);

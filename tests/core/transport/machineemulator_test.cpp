@@ -19,7 +19,8 @@ void blast(const PtyPair &pty, const QByteArray &bytes)
     qsizetype offset = 0;
     const auto giveUp = Clock::now() + 5s;
     while (offset < bytes.size() && Clock::now() < giveUp) {
-        const ssize_t n = ::write(pty.slaveKeeperFd(), bytes.constData() + offset, size_t(bytes.size() - offset));
+        const ssize_t n =
+            ::write(pty.slaveKeeperFd(), bytes.constData() + offset, size_t(bytes.size() - offset));
         if (n > 0) {
             offset += n;
         } else if (n < 0 && errno != EAGAIN && errno != EINTR) {

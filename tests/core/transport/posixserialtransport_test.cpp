@@ -202,7 +202,8 @@ TEST(PosixSerialTransport, HangUpMidTransferIsASendError)
     const auto error = line.transport->write(payload);
     EXPECT_LT(millisSince(start), 2000);
     ASSERT_TRUE(error);
-    EXPECT_TRUE(error->kind == TransportError::Kind::writeFailed || error->kind == TransportError::Kind::waitFailed)
+    EXPECT_TRUE(error->kind == TransportError::Kind::writeFailed ||
+                error->kind == TransportError::Kind::waitFailed)
         << english(error).toStdString();
     EXPECT_TRUE(english(error).startsWith("Send error: ")) << english(error).toStdString();
     EXPECT_TRUE(machine.hungUp());

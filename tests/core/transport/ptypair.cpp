@@ -25,7 +25,8 @@ PtyPair::PtyPair()
 
     m_keeper = ::open(name, O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (m_keeper < 0) {
-        m_error = QStringLiteral("open %1: %2").arg(m_slavePath, QString::fromLocal8Bit(std::strerror(errno)));
+        m_error =
+            QStringLiteral("open %1: %2").arg(m_slavePath, QString::fromLocal8Bit(std::strerror(errno)));
         return;
     }
     // A fresh pty echoes and translates; the machine's XON/XOFF must not come back as data.

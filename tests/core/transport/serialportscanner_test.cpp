@@ -59,7 +59,8 @@ struct FakeSystem {
 TEST(SerialPortScanner, CallOutDevicesFilteredAndRanked)
 {
     FakeSystem fake;
-    fake.devices({"cu.Bluetooth-Incoming-Port", "cu.debug-console", "cu.usbmodem1101", "cu.usbserial-A50285BI"});
+    fake.devices(
+        {"cu.Bluetooth-Incoming-Port", "cu.debug-console", "cu.usbmodem1101", "cu.usbserial-A50285BI"});
     EXPECT_EQ(fake.paths(), QStringList({"cu.usbserial-A50285BI", "cu.usbmodem1101"}));
 }
 
@@ -74,15 +75,22 @@ TEST(SerialPortScanner, FiltersCaseRulesAndTtyTwins)
 TEST(SerialPortScanner, RankThenPathOrder)
 {
     FakeSystem fake;
-    fake.devices({"cu.zeta", "cu.alpha", "cu.SLAB_USBtoUART", "cu.USB-URT0", "cu.serial1", "cu.usbmodem2", "cu.usbserial-B",
-                   "cu.usbserial-A", "ttyUSB1", "ttyUSB0", "ttyACM0", "cu.uart-lower"});
-    EXPECT_EQ(fake.paths(),
-              QStringList({"cu.usbserial-A", "cu.usbserial-B", "ttyUSB0", "ttyUSB1", "cu.usbmodem2", "ttyACM0",
-                           "cu.USB-URT0", "cu.serial1", "cu.SLAB_USBtoUART", "cu.alpha", "cu.uart-lower", "cu.zeta"}));
+    fake.devices({"cu.zeta", "cu.alpha", "cu.SLAB_USBtoUART", "cu.USB-URT0", "cu.serial1", "cu.usbmodem2",
+                  "cu.usbserial-B", "cu.usbserial-A", "ttyUSB1", "ttyUSB0", "ttyACM0", "cu.uart-lower"});
+    EXPECT_EQ(fake.paths(), QStringList({"cu.usbserial-A", "cu.usbserial-B", "ttyUSB0", "ttyUSB1",
+                                         "cu.usbmodem2", "ttyACM0", "cu.USB-URT0", "cu.serial1",
+                                         "cu.SLAB_USBtoUART", "cu.alpha", "cu.uart-lower", "cu.zeta"}));
 
     const std::pair<const char *, int> ranks[] = {
-        {"cu.usbserial-1410", 0}, {"ttyUSB3", 0},  {"cu.usbmodem1101", 1}, {"ttyACM12", 1},
-        {"cu.USB-URT0", 2}, {"cu.serial", 2}, {"cu.uart", 3}, {"cu.SLAB_USBtoUART", 3},        {"ttyS1", 3},
+        {"cu.usbserial-1410", 0},
+        {"ttyUSB3", 0},
+        {"cu.usbmodem1101", 1},
+        {"ttyACM12", 1},
+        {"cu.USB-URT0", 2},
+        {"cu.serial", 2},
+        {"cu.uart", 3},
+        {"cu.SLAB_USBtoUART", 3},
+        {"ttyS1", 3},
         {"cu.usbserial-usbmodem", 0},
     };
     for (const auto &[name, rank] : ranks) {
@@ -100,8 +108,8 @@ TEST(SerialPortScanner, LinuxNamesNeverOfferConsolesOrTerminals)
     fake.sysfsPort("ttyS1", 4); // a real 16550A
     fake.sysfsPort("ttyS2", 0); // the 8250 driver's placeholder, no UART behind it
     // ttyS3 has no sysfs entry at all
-    fake.sysfsPort("ttyAMA0", -1);        // PL011 without a type file: the bound driver is enough
-    fake.sysfsPort("ttySAC2", 1, false);  // no driver bound
+    fake.sysfsPort("ttyAMA0", -1);       // PL011 without a type file: the bound driver is enough
+    fake.sysfsPort("ttySAC2", 1, false); // no driver bound
     FakeSystem::write(fake.sys + "/console/active", "tty0 ttyS0\n");
 
     EXPECT_EQ(fake.paths(), QStringList({"ttyUSB10", "ttyACM0", "ttyAMA0", "ttyS1"}));
@@ -113,7 +121,9 @@ TEST(SerialPortScanner, ConsoleFromProcConsolesToo)
     fake.devices({"ttyS1", "ttyAMA0"});
     fake.sysfsPort("ttyS1", 4);
     fake.sysfsPort("ttyAMA0", 1);
-    FakeSystem::write(fake.consoles, "ttyAMA0              -W- (EC p a)  204:64\ntty0                 -WU (E  p  )    4:1\n");
+    FakeSystem::write(
+        fake.consoles,
+        "ttyAMA0              -W- (EC p a)  204:64\ntty0                 -WU (E  p  )    4:1\n");
     EXPECT_EQ(SerialPortScanner::consoleNames(fake.sys, fake.consoles), QStringList({"ttyAMA0", "tty0"}));
     EXPECT_EQ(fake.paths(), QStringList({"ttyS1"}));
 }
@@ -123,10 +133,12 @@ TEST(SerialPortScanner, LabelsFromByIdLinks)
     FakeSystem fake;
     fake.devices({"ttyUSB0", "ttyUSB1", "ttyACM0"});
     QDir().mkpath(fake.byId);
-    ASSERT_TRUE(QFile::link(fake.dev + "/ttyUSB0", fake.byId + "/usb-FTDI_FT232R_USB_UART_A50285BI-if00-port0"));
+    ASSERT_TRUE(
+        QFile::link(fake.dev + "/ttyUSB0", fake.byId + "/usb-FTDI_FT232R_USB_UART_A50285BI-if00-port0"));
     ASSERT_TRUE(QFile::link("../../ttyACM0", fake.byId + "/usb-Arduino__www.arduino.cc__0043_7573530-if00"));
 
-    const QList<SerialPort> ports = SerialPortScanner::available(fake.dev, fake.sys, fake.byId, fake.consoles);
+    const QList<SerialPort> ports =
+        SerialPortScanner::available(fake.dev, fake.sys, fake.byId, fake.consoles);
     ASSERT_EQ(ports.size(), 3);
     EXPECT_EQ(ports[0].path, fake.dev + "/ttyUSB0");
     EXPECT_EQ(ports[0].label, "FTDI FT232R USB UART A50285BI");
@@ -137,8 +149,8 @@ TEST(SerialPortScanner, LabelsFromByIdLinks)
 
 TEST(SerialPortScanner, UnreadableFolderGivesNothingAndPortsCompareByPath)
 {
-    EXPECT_TRUE(SerialPortScanner::available("/nonexistent/varn-dev", "/nonexistent/sys", "/nonexistent/by-id",
-                                             "/nonexistent/consoles")
+    EXPECT_TRUE(SerialPortScanner::available("/nonexistent/varn-dev", "/nonexistent/sys",
+                                             "/nonexistent/by-id", "/nonexistent/consoles")
                     .isEmpty());
     EXPECT_EQ((SerialPort{"/dev/ttyUSB0", "FTDI"}), (SerialPort{"/dev/ttyUSB0", ""}));
     EXPECT_NE((SerialPort{"/dev/ttyUSB0", "FTDI"}), (SerialPort{"/dev/ttyUSB1", "FTDI"}));

@@ -15,9 +15,11 @@ TEST(TransportError, EnglishTexts)
         {TransportError::writeFailed("Input/output error", EIO), "Send error: Input/output error"},
         {TransportError::notConnected(), "No port connection"},
         {TransportError::waitFailed(), "Send error: waiting for the port"},
-        {TransportError::receiveTimeout(), "Timed out waiting for the machine to receive (is it in receive mode? "
-                                           "are the cable and flow control correct?)"},
-        {TransportError::drainTimeout(), "Timed out waiting for the machine to receive the end of the program"},
+        {TransportError::receiveTimeout(),
+         "Timed out waiting for the machine to receive (is it in receive mode? "
+         "are the cable and flow control correct?)"},
+        {TransportError::drainTimeout(),
+         "Timed out waiting for the machine to receive the end of the program"},
         {TransportError::cancelled(), "Transfer Cancelled"},
     };
     for (const auto &[error, text] : cases) {
@@ -27,7 +29,8 @@ TEST(TransportError, EnglishTexts)
 
 TEST(TransportError, SpanishKeepsThePayload)
 {
-    const TransportError open = TransportError::openFailed("/dev/ttyACM0", "No such file or directory", ENOENT);
+    const TransportError open =
+        TransportError::openFailed("/dev/ttyACM0", "No such file or directory", ENOENT);
     const QString spanish = open.description(AppLanguage::spanish);
     EXPECT_TRUE(spanish.contains("/dev/ttyACM0")) << spanish.toStdString();
     EXPECT_TRUE(spanish.contains("No such file or directory")) << spanish.toStdString();
