@@ -1,0 +1,47 @@
+#ifndef VARN_CSERIAL_H
+#define VARN_CSERIAL_H
+
+/*
+ * Raw serial primitives over termios, ioctl and poll. Plain integers in and
+ * out, no state, no allocation: every function returns -1 on failure and
+ * leaves the cause in errno for the caller to turn into a message.
+ *
+ * Integer codes of cserial_configure:
+ *   parity       0 none, 1 even, 2 odd; anything else (3 mark, 4 space) is none
+ *   flowControl  0 none, 1 XON/XOFF, 2 RTS/CTS; anything else is none
+ *   stopBits     2 is two stop bits; anything else is one
+ *   dataBits     5, 6, 7; anything else is 8
+ */
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <sys/types.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Opens read/write, not as controlling terminal, non-blocking for good. No exclusive lock. */
+int cserial_open(const char *path);
+
+/* Raw line with the given framing, speed, flow control and modem lines; flushes both queues. */
+int cserial_configure(int fd, int baud, int dataBits, int parity, int stopBits, int flowControl, bool dtr,
+                      bool rts);
+
+/* One write(2) of up to length bytes; EAGAIN means the driver's buffer is full. */
+ssize_t cserial_write(int fd, const void *buffer, size_t length);
+
+/* 1 writable, 0 time-out, -1 failure (poll failed, or error/hang-up/invalid descriptor). */
+int cserial_wait_writable(int fd, int timeoutMilliseconds);
+
+/* Bytes still queued for output in the driver, or -1 when the driver cannot say. */
+int cserial_output_pending(int fd);
+
+/* Closes the descriptor; a negative one is ignored. */
+void cserial_close(int fd);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,278 @@
+#include "machineemulator.h"
+
+#include "ptypair.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kXoff = 0x13;
+constexpr char kXon = 0x11;
+constexpr qint64 kReadSize = 64 * 1024;
+
+using Clock = std::chrono::steady_clock;
+
+bool sendControl(int fd, char c)
+{
+    for (;;) {
+        const ssize_t n = ::write(fd, &c, 1);
+        if (n == 1) {
+            return true;
+        }
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        return false;
+    }
+}
+
+} // namespace
+
+MachineEmulator::MachineEmulator(PtyPair &pty, Options options) : m_pty(pty), m_options(std::move(options))
+{
+}
+
+MachineEmulator::~MachineEmulator()
+{
+    stop();
+}
+
+void MachineEmulator::start()
+{
+    if (!m_thread.joinable()) {
+        m_thread = std::thread([this] { run(); });
+    }
+}
+
+void MachineEmulator::stop()
+{
+    {
+        std::lock_guard guard(m_mutex);
+        m_stopRequested = true;
+    }
+    m_changed.notify_all();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+bool MachineEmulator::waitForBytes(qint64 count, Millis timeout)
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, timeout, [&] { return m_received >= count || m_finished; });
+    return m_received >= count;
+}
+
+bool MachineEmulator::waitUntilHolding(Millis timeout)
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, timeout, [&] { return (m_holding && m_graceOver) || m_finished; });
+    return m_holding && m_graceOver;
+}
+
+void MachineEmulator::releaseHold()
+{
+    std::lock_guard guard(m_mutex);
+    m_releaseRequested = true;
+}
+
+qint64 MachineEmulator::received() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_received;
+}
+
+qint64 MachineEmulator::firstMismatch() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_firstMismatch;
+}
+
+qint64 MachineEmulator::bytesWhileHeld() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_bytesWhileHeld;
+}
+
+int MachineEmulator::holdsCompleted() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_holdsCompleted;
+}
+
+bool MachineEmulator::hungUp() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_hungUp;
+}
+
+bool MachineEmulator::finished() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_finished;
+}
+
+bool MachineEmulator::receivedExactly() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_firstMismatch < 0 && m_received == m_options.expected.size();
+}
+
+bool MachineEmulator::heldQuiet() const
+{
+    std::lock_guard guard(m_mutex);
+    return m_worstHold <= m_options.slackBytes;
+}
+
+// Called with m_mutex held.
+void MachineEmulator::consume(const char *data, qint64 count, bool counting)
+{
+    if (m_firstMismatch < 0) {
+        const QByteArray &expected = m_options.expected;
+        const qint64 comparable = std::clamp<qint64>(expected.size() - m_received, 0, count);
+        if (comparable > 0 && std::memcmp(data, expected.constData() + m_received, size_t(comparable)) != 0) {
+            for (qint64 i = 0; i < comparable; ++i) {
+                if (data[i] != expected.at(m_received + i)) {
+                    m_firstMismatch = m_received + i;
+                    break;
+                }
+            }
+        } else if (comparable < count) {
+            m_firstMismatch = m_received + comparable; // more than the payload
+        }
+    }
+    m_received += count;
+    if (counting) {
+        m_bytesWhileHeld += count;
+    }
+}
+
+void MachineEmulator::run()
+{
+    const Clock::time_point started = Clock::now();
+    const double rate = m_options.bytesPerSecond;
+    QByteArray buffer(kReadSize, Qt::Uninitialized);
+
+    int nextHold = 0;
+    Clock::time_point holdStarted;
+    Clock::time_point lastInFlight;
+    qint64 heldThisTime = 0;
+    // Pacing: bytes allowed = rate x time since paceStart; reset after each hold so a
+    // held line does not build up credit.
+    Clock::time_point paceStart = started;
+    qint64 pacedBytes = 0;
+
+    for (;;) {
+        const Clock::time_point now = Clock::now();
+        const int fd = m_pty.masterFd();
+        bool holding = false;
+        bool graceOver = false;
+        qint64 received = 0;
+        {
+            std::lock_guard guard(m_mutex);
+            if (m_stopRequested || fd < 0 || now - started >= m_options.lifetime) {
+                break;
+            }
+            received = m_received;
+
+            if (!m_holding && nextHold < m_options.holds.size()) {
+                const Hold &hold = m_options.holds.at(nextHold);
+                const bool due = hold.atByte >= 0
+                                     ? received >= hold.atByte
+                                     : (hold.atTime >= Millis(0) && now - started >= hold.atTime);
+                if (due && sendControl(fd, kXoff)) {
+                    m_holding = true;
+                    m_graceOver = false;
+                    m_releaseRequested = false;
+                    holdStarted = now;
+                    lastInFlight = now;
+                    heldThisTime = 0;
+                    m_changed.notify_all();
+                }
+            } else if (m_holding) {
+                const Hold &hold = m_options.holds.at(nextHold);
+                const bool over = m_releaseRequested ||
+                                  (hold.duration != untilReleased && now - holdStarted >= hold.duration);
+                if (over && sendControl(fd, kXon)) {
+                    m_holding = false;
+                    m_releaseRequested = false;
+                    m_worstHold = std::max(m_worstHold, heldThisTime);
+                    ++m_holdsCompleted;
+                    ++nextHold;
+                    paceStart = now;
+                    pacedBytes = 0;
+                    m_changed.notify_all();
+                } else if (!m_graceOver && (now - lastInFlight >= m_options.graceQuiet ||
+                                            now - holdStarted >= m_options.graceMax)) {
+                    m_graceOver = true;
+                    m_changed.notify_all();
+                }
+            }
+            holding = m_holding;
+            graceOver = m_graceOver;
+        }
+
+        qint64 want = kReadSize;
+        if (!holding && rate > 0) {
+            const double elapsed = std::chrono::duration<double>(now - paceStart).count();
+            want = std::min<qint64>(want, qint64(rate * elapsed) - pacedBytes);
+        }
+        if (m_options.hangUpAtByte >= 0) {
+            want = std::min(want, m_options.hangUpAtByte - received);
+        }
+        if (want <= 0 && m_options.hangUpAtByte >= 0 && received >= m_options.hangUpAtByte) {
+            {
+                // Flag first: the sender sees the hang-up the moment the master closes.
+                std::lock_guard guard(m_mutex);
+                m_hungUp = true;
+            }
+            m_pty.closeMaster();
+            break;
+        }
+        if (want <= 0) {
+            std::this_thread::sleep_for(Millis(1));
+            continue;
+        }
+
+        pollfd p{fd, POLLIN, 0};
+        const int ready = ::poll(&p, 1, 5);
+        if (ready <= 0) {
+            continue;
+        }
+        if (!(p.revents & POLLIN)) {
+            // Nobody holds the slave open: nothing can arrive, don't spin.
+            std::this_thread::sleep_for(Millis(5));
+            continue;
+        }
+        const ssize_t n = ::read(fd, buffer.data(), size_t(want));
+        if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
+            continue;
+        }
+        if (n <= 0) {
+            break; // the line went away
+        }
+        if (!holding) {
+            pacedBytes += n;
+        } else if (!graceOver) {
+            lastInFlight = Clock::now();
+        } else {
+            heldThisTime += n;
+        }
+        {
+            std::lock_guard guard(m_mutex);
+            consume(buffer.constData(), n, holding && graceOver);
+        }
+        m_changed.notify_all();
+    }
+
+    std::lock_guard guard(m_mutex);
+    if (m_holding) {
+        m_worstHold = std::max(m_worstHold, heldThisTime);
+    }
+    m_finished = true;
+    m_changed.notify_all();
+}
