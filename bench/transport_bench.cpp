@@ -1,12 +1,11 @@
 // Throughput of the termios transport through a pty into a machine that keeps
 // up, and how late a cancel lands while the machine holds the line.
 //
-// The pty pair and the machine emulator are the test suite's own; they are
-// compiled in here so the benchmark needs no extra library.
-#include "../tests/core/transport/machineemulator.cpp"
-#include "../tests/core/transport/ptypair.cpp"
+// The pty pair and the machine emulator are the test suite's own.
 
+#include "machineemulator.h"
 #include "programgenerator.h"
+#include "ptypair.h"
 #include "transport/posixserialtransport.h"
 
 #include <benchmark/benchmark.h>

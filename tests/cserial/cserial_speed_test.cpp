@@ -1,6 +1,6 @@
 // Arbitrary speeds, read back through termios2. Kept apart from the other
 // primitive tests because <asm/termbits.h> cannot share a file with <termios.h>.
-#include "core/transport/ptypair.h"
+#include "ptypair.h"
 #include "cserial.h"
 
 #include <asm/termbits.h>

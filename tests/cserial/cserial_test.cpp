@@ -1,6 +1,6 @@
 // The primitives against a real pseudo-terminal: configure, then read the
 // attributes back and check each bit landed where it must.
-#include "core/transport/ptypair.h"
+#include "ptypair.h"
 #include "cserial.h"
 
 #include <gtest/gtest.h>

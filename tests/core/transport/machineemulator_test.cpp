@@ -1,7 +1,7 @@
 // The emulator is the judge of every transfer test, so its own checks must be
 // able to fail: a wrong byte, a sender that ignores XOFF, a pace it does not keep.
-#include "core/transport/machineemulator.h"
-#include "core/transport/ptypair.h"
+#include "machineemulator.h"
+#include "ptypair.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The transport against a machine played on the master side of a real pty.
-#include "core/transport/machineemulator.h"
-#include "core/transport/ptypair.h"
+#include "machineemulator.h"
+#include "ptypair.h"
 #include "programgenerator.h"
 #include "transport/posixserialtransport.h"
 
