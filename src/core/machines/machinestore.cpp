@@ -40,7 +40,10 @@ void MachineStore::save()
     // never fall back to writing the target in place.
     QSaveFile file(m_filePath);
     file.setDirectWriteFallback(false);
-    if (!file.open(QIODevice::WriteOnly)) {
+    // Unbuffered, so a short write (disk full, size limit) shows in write()'s
+    // count: through the buffer it is lost at flush and commit() happily
+    // renames a truncated file over the good one.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         return;
     }
     if (file.write(bytes) != bytes.size()) {
