@@ -1,5 +1,6 @@
 #include "gcodesender.h"
 
+#include <algorithm>
 #include <exception>
 
 namespace {

@@ -2,7 +2,6 @@
 
 #include "transfer/gcodesender.h"
 
-#include <QLocale>
 
 TransferController::TransferController(TransportFactory factory, QObject *parent)
     : QObject(parent), m_factory(std::move(factory))
