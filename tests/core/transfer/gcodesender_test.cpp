@@ -3,8 +3,6 @@
 #include "programgenerator.h"
 #include "transfer/gcodesender.h"
 
-#include <QDir>
-#include <QFile>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -74,34 +72,6 @@ TEST(PreparePayload, LargeProgramKeepsEveryLine)
     EXPECT_FALSE(payload.contains('\n'));
     EXPECT_EQ(payload.count('\r'), text.count(QStringLiteral("\r\n")));
     EXPECT_EQ(payload.size(), text.size() - text.count(QStringLiteral("\r\n")));
-}
-
-TEST(PreparePayload, RealProgramsMatchASplitAndJoin)
-{
-    const QDir corpus(QStringLiteral(VARN_CORPUS_DIR));
-    if (!corpus.exists()) {
-        GTEST_SKIP() << "no corpus";
-    }
-    int checked = 0;
-    for (const QString &name : corpus.entryList(QDir::Files)) {
-        QFile file(corpus.filePath(name));
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        const QString text = QString::fromUtf8(file.readAll());
-        QString normalised = text;
-        normalised.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(QLatin1Char('\r'), '\n');
-        QStringList lines = normalised.split(QLatin1Char('\n'));
-        if (lines.last().isEmpty()) {
-            lines.removeLast();
-        }
-        const QString joined = lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n");
-        QByteArray expected;
-        for (const QChar c : joined.normalized(QString::NormalizationForm_C)) {
-            expected += c.unicode() <= 0xFF ? char(c.unicode()) : '?';
-        }
-        EXPECT_EQ(payloadOf(text, Machine::LineTerminator::crlf), expected) << name.toStdString();
-        ++checked;
-    }
-    EXPECT_GT(checked, 0);
 }
 
 // ---- sending ---------------------------------------------------------------

@@ -241,19 +241,6 @@ TEST(TransferController, DestroyingItMidTransferStopsTheSender)
     QCoreApplication::processEvents(); // the queued final event must find nothing to call
 }
 
-TEST(TransferController, LanguageChangesAreAnnouncedOnce)
-{
-    Factory factory;
-    TransferController controller(factory.make());
-    QSignalSpy languages(&controller, &TransferController::languageChanged);
-    controller.setLanguage(AppLanguage::spanish);
-    controller.setLanguage(AppLanguage::spanish);
-    EXPECT_EQ(controller.language(), AppLanguage::spanish);
-    EXPECT_EQ(languages.count(), 1);
-    controller.setLanguage(AppLanguage::english);
-    EXPECT_EQ(languages.count(), 2);
-}
-
 TEST(TransferController, EndpointIsTheLastPathComponentWithoutOneLeadingCu)
 {
     const std::pair<const char *, const char *> rows[] = {

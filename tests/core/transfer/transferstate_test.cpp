@@ -15,17 +15,6 @@ TransferState stateOf(Status status, qint64 sent, qint64 total)
     return state;
 }
 
-TEST(TransferState, StartsIdleAndEmpty)
-{
-    const TransferState state;
-    EXPECT_EQ(state.status, Status::idle);
-    EXPECT_TRUE(state.fileName.isEmpty() && state.machineName.isEmpty() && state.endpointName.isEmpty() &&
-                state.message.isEmpty());
-    EXPECT_EQ(state.bytesSent, 0);
-    EXPECT_EQ(state.totalBytes, 0);
-    EXPECT_EQ(state.progressLabel(AppLanguage::english), "");
-}
-
 TEST(TransferState, StatusesRawValuesLabelsAndActivity)
 {
     struct Row {
