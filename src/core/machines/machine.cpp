@@ -1,0 +1,458 @@
+#include "machine.h"
+
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr Machine::Parity kParities[] = {Machine::Parity::none, Machine::Parity::even, Machine::Parity::odd,
+                                         Machine::Parity::mark, Machine::Parity::space};
+constexpr Machine::FlowControl kFlowControls[] = {Machine::FlowControl::xonXoff, Machine::FlowControl::rtsCts,
+                                                  Machine::FlowControl::none};
+constexpr Machine::LineTerminator kTerminators[] = {Machine::LineTerminator::cr, Machine::LineTerminator::crlf,
+                                                    Machine::LineTerminator::lf};
+
+// JSON string literal for `text`: quotes, backslashes and control characters
+// escaped, everything else written as UTF-8.
+void appendJsonString(QByteArray &out, const QString &text)
+{
+    out += '"';
+    const QByteArray utf8 = text.toUtf8();
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        switch (byte) {
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            if (byte < 0x20) {
+                out += "\\u00";
+                out += QByteArray::number(byte, 16).rightJustified(2, '0');
+            } else {
+                out += c;
+            }
+        }
+    }
+    out += '"';
+}
+
+void appendKey(QByteArray &out, const char *key, bool first = false)
+{
+    if (!first) {
+        out += ',';
+    }
+    out += '"';
+    out += key;
+    out += "\":";
+}
+
+const char *boolText(bool value)
+{
+    return value ? "true" : "false";
+}
+
+std::optional<QString> stringField(const QJsonObject &object, const char *key)
+{
+    const QJsonValue value = object.value(QLatin1String(key));
+    if (!value.isString()) {
+        return std::nullopt;
+    }
+    return value.toString();
+}
+
+// Whole numbers only: 4800.5 or a string "4800" is the wrong type, as is a
+// number beyond the 64-bit range.
+std::optional<qint64> integerField(const QJsonObject &object, const char *key)
+{
+    const QJsonValue value = object.value(QLatin1String(key));
+    if (!value.isDouble()) {
+        return std::nullopt;
+    }
+    const qint64 a = value.toInteger(0);
+    const qint64 b = value.toInteger(1);
+    if (a != b) {
+        return std::nullopt;
+    }
+    return a;
+}
+
+std::optional<bool> boolField(const QJsonObject &object, const char *key)
+{
+    const QJsonValue value = object.value(QLatin1String(key));
+    if (!value.isBool()) {
+        return std::nullopt;
+    }
+    return value.toBool();
+}
+
+template <typename Enum>
+std::optional<Enum> enumField(const QJsonObject &object, const char *key)
+{
+    const std::optional<QString> raw = stringField(object, key);
+    if (!raw) {
+        return std::nullopt;
+    }
+    return Machine::fromRawValue<Enum>(*raw);
+}
+
+int clampToInt(qint64 value)
+{
+    Q_ASSERT(value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max());
+    return static_cast<int>(
+        std::clamp<qint64>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+QString MachineValidationError::description(AppLanguage language) const
+{
+    switch (kind) {
+    case Kind::emptyName:
+        return L10n::text("Name is required", language);
+    case Kind::invalidBaudRate:
+        return L10n::text("Baud rate must be greater than zero", language);
+    case Kind::invalidDataBits:
+        return L10n::text("Data bits must be 5, 6, 7, or 8", language);
+    case Kind::invalidStopBits:
+        return L10n::text("Stop bits must be 1 or 2", language);
+    }
+    return {};
+}
+
+template <>
+std::span<const Machine::Parity> Machine::allCases<Machine::Parity>()
+{
+    return kParities;
+}
+
+template <>
+std::span<const Machine::FlowControl> Machine::allCases<Machine::FlowControl>()
+{
+    return kFlowControls;
+}
+
+template <>
+std::span<const Machine::LineTerminator> Machine::allCases<Machine::LineTerminator>()
+{
+    return kTerminators;
+}
+
+QString Machine::rawValue(Parity parity)
+{
+    switch (parity) {
+    case Parity::none:
+        return QStringLiteral("N");
+    case Parity::even:
+        return QStringLiteral("E");
+    case Parity::odd:
+        return QStringLiteral("O");
+    case Parity::mark:
+        return QStringLiteral("M");
+    case Parity::space:
+        return QStringLiteral("S");
+    }
+    return {};
+}
+
+QString Machine::rawValue(FlowControl flowControl)
+{
+    switch (flowControl) {
+    case FlowControl::xonXoff:
+        return QStringLiteral("xonxoff");
+    case FlowControl::rtsCts:
+        return QStringLiteral("rtscts");
+    case FlowControl::none:
+        return QStringLiteral("none");
+    }
+    return {};
+}
+
+QString Machine::rawValue(LineTerminator terminator)
+{
+    switch (terminator) {
+    case LineTerminator::cr:
+        return QStringLiteral("CR");
+    case LineTerminator::crlf:
+        return QStringLiteral("CRLF");
+    case LineTerminator::lf:
+        return QStringLiteral("LF");
+    }
+    return {};
+}
+
+QString Machine::label(Parity parity, AppLanguage language)
+{
+    switch (parity) {
+    case Parity::none:
+        return L10n::text("None", language);
+    case Parity::even:
+        return L10n::text("Even", language);
+    case Parity::odd:
+        return L10n::text("Odd", language);
+    case Parity::mark:
+        return L10n::text("Mark", language);
+    case Parity::space:
+        return L10n::text("Space", language);
+    }
+    return {};
+}
+
+QString Machine::label(FlowControl flowControl, AppLanguage language)
+{
+    switch (flowControl) {
+    case FlowControl::xonXoff:
+        return QStringLiteral("XON/XOFF");
+    case FlowControl::rtsCts:
+        return QStringLiteral("RTS/CTS");
+    case FlowControl::none:
+        return L10n::text("no flow", language);
+    }
+    return {};
+}
+
+QString Machine::label(LineTerminator terminator, AppLanguage)
+{
+    return rawValue(terminator);
+}
+
+QByteArray Machine::terminatorBytes(LineTerminator terminator)
+{
+    switch (terminator) {
+    case LineTerminator::cr:
+        return QByteArrayLiteral("\r");
+    case LineTerminator::crlf:
+        return QByteArrayLiteral("\r\n");
+    case LineTerminator::lf:
+        return QByteArrayLiteral("\n");
+    }
+    return {};
+}
+
+const std::array<qint64, 11> Machine::baudRateOptions = {110,  300,  600,   1200,  2400,  4800,
+                                                         9600, 19200, 38400, 57600, 115200};
+
+QList<Machine> Machine::defaults()
+{
+    Machine fanuc;
+    fanuc.id = QStringLiteral("fanuc");
+    fanuc.name = QStringLiteral("Fanuc");
+    fanuc.baudRate = 4800;
+    fanuc.dataBits = 7;
+    fanuc.parity = Parity::even;
+    fanuc.stopBits = 2;
+    fanuc.flowControl = FlowControl::xonXoff;
+    fanuc.lineTerminator = LineTerminator::cr;
+
+    Machine fadal;
+    fadal.id = QStringLiteral("fadal");
+    fadal.name = QStringLiteral("Fadal");
+    fadal.baudRate = 9600;
+    fadal.dataBits = 8;
+    fadal.parity = Parity::none;
+    fadal.stopBits = 1;
+    fadal.flowControl = FlowControl::xonXoff;
+    fadal.lineTerminator = LineTerminator::crlf;
+
+    return {fanuc, fadal};
+}
+
+std::variant<Machine, MachineValidationError> Machine::validated() const
+{
+    using Kind = MachineValidationError::Kind;
+    const QString trimmedName = name.trimmed();
+    if (trimmedName.isEmpty()) {
+        return MachineValidationError{Kind::emptyName};
+    }
+    if (baudRate < 1) {
+        return MachineValidationError{Kind::invalidBaudRate};
+    }
+    if (dataBits < 5 || dataBits > 8) {
+        return MachineValidationError{Kind::invalidDataBits};
+    }
+    if (stopBits != 1 && stopBits != 2) {
+        return MachineValidationError{Kind::invalidStopBits};
+    }
+    Machine copy = *this;
+    copy.name = trimmedName;
+    return copy;
+}
+
+QString Machine::summary(AppLanguage language) const
+{
+    const QString separator = QStringLiteral(" \u00B7 ");
+    return QString::number(baudRate) + QLatin1Char(' ') + QString::number(dataBits) + rawValue(parity) +
+           QString::number(stopBits) + separator + label(flowControl, language) + separator +
+           rawValue(lineTerminator);
+}
+
+SerialLineSettings Machine::lineSettings() const
+{
+    SerialLineSettings settings;
+    settings.baudRate = clampToInt(baudRate);
+    settings.dataBits = clampToInt(dataBits);
+    switch (parity) {
+    case Parity::none:
+        settings.parity = 0;
+        break;
+    case Parity::even:
+        settings.parity = 1;
+        break;
+    case Parity::odd:
+        settings.parity = 2;
+        break;
+    case Parity::mark:
+        settings.parity = 3;
+        break;
+    case Parity::space:
+        settings.parity = 4;
+        break;
+    }
+    settings.stopBits = clampToInt(stopBits);
+    switch (flowControl) {
+    case FlowControl::none:
+        settings.flowControl = 0;
+        break;
+    case FlowControl::xonXoff:
+        settings.flowControl = 1;
+        break;
+    case FlowControl::rtsCts:
+        settings.flowControl = 2;
+        break;
+    }
+    settings.dtr = dtr;
+    settings.rts = rts;
+    settings.dripFeed = dripFeed;
+    return settings;
+}
+
+QByteArray Machine::toJson() const
+{
+    QByteArray out;
+    out.reserve(256);
+    out += '{';
+    appendKey(out, "id", true);
+    appendJsonString(out, id);
+    appendKey(out, "name");
+    appendJsonString(out, name);
+    appendKey(out, "baudRate");
+    out += QByteArray::number(baudRate);
+    appendKey(out, "dataBits");
+    out += QByteArray::number(dataBits);
+    appendKey(out, "parity");
+    appendJsonString(out, rawValue(parity));
+    appendKey(out, "stopBits");
+    out += QByteArray::number(stopBits);
+    appendKey(out, "flowControl");
+    appendJsonString(out, rawValue(flowControl));
+    appendKey(out, "lineTerminator");
+    appendJsonString(out, rawValue(lineTerminator));
+    appendKey(out, "dtr");
+    out += boolText(dtr);
+    appendKey(out, "rts");
+    out += boolText(rts);
+    appendKey(out, "dripFeed");
+    out += boolText(dripFeed);
+    out += '}';
+    return out;
+}
+
+std::optional<Machine> Machine::fromJson(const QJsonValue &value)
+{
+    if (!value.isObject()) {
+        return std::nullopt;
+    }
+    const QJsonObject object = value.toObject();
+    const auto idValue = stringField(object, "id");
+    const auto nameValue = stringField(object, "name");
+    const auto baudValue = integerField(object, "baudRate");
+    const auto dataValue = integerField(object, "dataBits");
+    const auto parityValue = enumField<Parity>(object, "parity");
+    const auto stopValue = integerField(object, "stopBits");
+    const auto flowValue = enumField<FlowControl>(object, "flowControl");
+    const auto terminatorValue = enumField<LineTerminator>(object, "lineTerminator");
+    const auto dtrValue = boolField(object, "dtr");
+    const auto rtsValue = boolField(object, "rts");
+    const auto dripValue = boolField(object, "dripFeed");
+    if (!idValue || !nameValue || !baudValue || !dataValue || !parityValue || !stopValue || !flowValue ||
+        !terminatorValue || !dtrValue || !rtsValue || !dripValue) {
+        return std::nullopt;
+    }
+    Machine machine;
+    machine.id = *idValue;
+    machine.name = *nameValue;
+    machine.baudRate = *baudValue;
+    machine.dataBits = *dataValue;
+    machine.parity = *parityValue;
+    machine.stopBits = *stopValue;
+    machine.flowControl = *flowValue;
+    machine.lineTerminator = *terminatorValue;
+    machine.dtr = *dtrValue;
+    machine.rts = *rtsValue;
+    machine.dripFeed = *dripValue;
+    return machine;
+}
+
+QByteArray Machine::encodeList(const QList<Machine> &machines)
+{
+    QByteArray out;
+    out.reserve(machines.size() * 220 + 2);
+    out += '[';
+    for (qsizetype i = 0; i < machines.size(); ++i) {
+        if (i > 0) {
+            out += ',';
+        }
+        out += machines.at(i).toJson();
+    }
+    out += ']';
+    return out;
+}
+
+std::optional<QList<Machine>> Machine::decodeList(const QByteArray &json)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (error.error != QJsonParseError::NoError || !document.isArray()) {
+        return std::nullopt;
+    }
+    const QJsonArray array = document.array();
+    QList<Machine> machines;
+    machines.reserve(array.size());
+    for (const QJsonValue &value : array) {
+        std::optional<Machine> machine = fromJson(value);
+        if (!machine) {
+            return std::nullopt;
+        }
+        machines.append(std::move(*machine));
+    }
+    return machines;
+}
+
+size_t qHash(const Machine &machine, size_t seed)
+{
+    return qHashMulti(seed, machine.id, machine.name, machine.baudRate, machine.dataBits,
+                      static_cast<int>(machine.parity), machine.stopBits, static_cast<int>(machine.flowControl),
+                      static_cast<int>(machine.lineTerminator), machine.dtr, machine.rts, machine.dripFeed);
+}

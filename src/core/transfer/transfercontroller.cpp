@@ -1,0 +1,149 @@
+#include "transfercontroller.h"
+
+#include "transfer/gcodesender.h"
+
+
+TransferController::TransferController(TransportFactory factory, QObject *parent)
+    : QObject(parent), m_factory(std::move(factory))
+{
+    Q_ASSERT(m_factory);
+}
+
+TransferController::~TransferController()
+{
+    // Ask every sender to stop first so they wind down together, then join.
+    for (auto &[generation, thread] : m_threads) {
+        thread.request_stop();
+    }
+    m_threads.clear();
+}
+
+void TransferController::setLanguage(AppLanguage language)
+{
+    if (language == m_language) {
+        return;
+    }
+    m_language = language;
+    emit languageChanged(language);
+}
+
+QString TransferController::endpointName(const QString &devicePath)
+{
+    QString path = devicePath;
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    QString name = path.size() > 1 ? path.mid(path.lastIndexOf(QLatin1Char('/')) + 1) : path;
+    if (name.startsWith(QLatin1String("cu."))) {
+        name.remove(0, 3);
+    }
+    return name;
+}
+
+void TransferController::send(const QString &content, const QString &fileName, const Machine &machine,
+                              const QString &devicePath)
+{
+    if (m_state.isActive()) {
+        return;
+    }
+    QByteArray payload = GCodeSender::preparePayload(content, machine.lineTerminator);
+    std::unique_ptr<SerialTransport> transport = m_factory(devicePath);
+    const QString endpoint = endpointName(devicePath);
+
+    const quint64 generation = ++m_generation;
+    TransferState next;
+    next.status = TransferState::Status::connecting;
+    next.fileName = fileName;
+    next.machineName = machine.name;
+    next.endpointName = endpoint;
+    next.bytesSent = 0;
+    next.totalBytes = payload.size();
+    next.message = L10n::format("Opening %@…", m_language, {endpoint});
+    setState(next);
+
+    if (!transport) {
+        apply(generation, TransferEvent::failed(TransportError::notConnected().description(m_language)));
+        return;
+    }
+
+    // The sender thread sees only values and this object's address, which it
+    // uses solely to post to it; the destructor joins every sender before the
+    // object goes, and Qt discards calls still queued for a destroyed receiver.
+    auto sink = [this, generation](const TransferEvent &event) {
+        QMetaObject::invokeMethod(
+            this, [this, generation, event] { apply(generation, event); }, Qt::QueuedConnection);
+    };
+    m_threads.emplace(generation, GCodeSender::start(std::move(payload), machine, std::move(transport),
+                                                     m_language, std::move(sink)));
+}
+
+void TransferController::cancel()
+{
+    if (!m_state.isActive()) {
+        return;
+    }
+    auto current = m_threads.find(m_generation);
+    if (current != m_threads.end()) {
+        current->second.request_stop();
+    }
+    ++m_generation;
+    TransferState next = m_state;
+    next.status = TransferState::Status::cancelled;
+    next.message = L10n::text("Transfer Cancelled", m_language);
+    setState(next);
+}
+
+void TransferController::apply(quint64 generation, const TransferEvent &event)
+{
+    if (event.isFinal()) {
+        // The sender has nothing left to do but return; joining is immediate.
+        m_threads.erase(generation);
+    }
+    if (generation != m_generation) {
+        return;
+    }
+    using Status = TransferState::Status;
+    TransferState next = m_state;
+    switch (event.kind) {
+    case TransferEvent::Kind::connecting:
+        next.status = Status::connecting;
+        break;
+    case TransferEvent::Kind::started:
+        next.status = Status::sending;
+        next.totalBytes = event.bytes;
+        next.bytesSent = 0;
+        next.message.clear();
+        break;
+    case TransferEvent::Kind::progress:
+        next.status = Status::sending;
+        next.bytesSent = event.bytes;
+        break;
+    case TransferEvent::Kind::finishing:
+        next.status = Status::finishing;
+        next.message = event.message;
+        break;
+    case TransferEvent::Kind::failed:
+        next.status = Status::error;
+        next.message = event.message;
+        break;
+    case TransferEvent::Kind::finished:
+        next.status = Status::success;
+        next.bytesSent = next.totalBytes;
+        next.message = L10n::text("Transfer Completed", m_language);
+        break;
+    case TransferEvent::Kind::cancelled:
+        next.status = Status::cancelled;
+        next.message = L10n::text("Transfer Cancelled", m_language);
+        break;
+    }
+    setState(next);
+}
+
+void TransferController::setState(const TransferState &state)
+{
+    if (state == m_state) {
+        return;
+    }
+    m_state = state;
+    emit stateChanged(m_state);
+}
