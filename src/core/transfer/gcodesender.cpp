@@ -57,10 +57,6 @@ QByteArray GCodeSender::preparePayload(const QString &content, Machine::LineTerm
     if (lineHasText) {
         out += lineEnd;
     }
-    // A text that is nothing but one line break holds no program line at all.
-    if (out == lineEnd) {
-        return {};
-    }
     return out;
 }
 

@@ -40,13 +40,15 @@ TEST(PreparePayload, OnlyOneTrailingEmptyLineIsDropped)
     EXPECT_EQ(payloadOf("\nM30", Machine::LineTerminator::cr), "\rM30\r");
 }
 
-TEST(PreparePayload, EmptyTextAndALoneLineBreakGiveNoBytes)
+TEST(PreparePayload, EmptyTextGivesNoBytesAndALoneLineBreakOneTerminator)
 {
     for (Machine::LineTerminator terminator : Machine::allCases<Machine::LineTerminator>()) {
+        const QByteArray end = Machine::terminatorBytes(terminator);
         EXPECT_TRUE(payloadOf("", terminator).isEmpty());
-        EXPECT_TRUE(payloadOf("\n", terminator).isEmpty());
-        EXPECT_TRUE(payloadOf("\r\n", terminator).isEmpty());
-        EXPECT_TRUE(payloadOf("\r", terminator).isEmpty());
+        // One empty line followed by the dropped remainder: that line still ends.
+        EXPECT_EQ(payloadOf("\n", terminator), end);
+        EXPECT_EQ(payloadOf("\r\n", terminator), end);
+        EXPECT_EQ(payloadOf("\r", terminator), end);
     }
 }
 
