@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
+#include "workspace/textfile.h"
 #include <QStandardPaths>
 
 MachineStore::MachineStore(QObject *parent) : MachineStore(defaultFilePath(), parent) {}
@@ -34,22 +34,9 @@ void MachineStore::load()
 
 void MachineStore::save()
 {
-    const QByteArray bytes = Machine::encodeList(m_machines);
-    // QSaveFile writes beside the target and renames over it on commit, so a
-    // full disk or a dead folder leaves the previous file as it was. It must
-    // never fall back to writing the target in place.
-    QSaveFile file(m_filePath);
-    file.setDirectWriteFallback(false);
-    // Unbuffered, so a short write (disk full, size limit) shows in write()'s
-    // count: through the buffer it is lost at flush and commit() happily
-    // renames a truncated file over the good one.
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        return;
-    }
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-    }
-    file.commit();
+    // Atomic: a full disk or a dead folder leaves the previous file whole. A
+    // failed write is not reported; the list in memory stays as it is.
+    TextFile::writeBytesAtomically(m_filePath, Machine::encodeList(m_machines));
 }
 
 void MachineStore::upsert(const Machine &machine)

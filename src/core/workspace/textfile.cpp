@@ -120,21 +120,63 @@ TextFile::ReadResult TextFile::read(const QString &path)
     return decode(bytes);
 }
 
+namespace {
+
+// QSaveFile writes beside the target and renames over it on commit, so a full
+// disk or a dead folder leaves the previous file as it was; it must never fall
+// back to writing the target in place. Unbuffered, so a short write (disk full,
+// size limit) shows in write()'s count: through Qt's buffer it would be lost at
+// flush and commit() would rename a truncated file over the good one.
+bool openForAtomicWrite(QSaveFile &file)
+{
+    file.setDirectWriteFallback(false);
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
+bool writeWhole(QSaveFile &file, const QByteArray &bytes)
+{
+    if (file.write(bytes) == bytes.size()) {
+        return true;
+    }
+    file.cancelWriting();
+    return false;
+}
+
+QString shortWriteError(const QSaveFile &file)
+{
+    const QString error = file.errorString();
+    return error.isEmpty() ? QStringLiteral("write failed") : error;
+}
+
+} // namespace
+
 QString TextFile::writeAtomically(const QString &path, const QString &text)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!openForAtomicWrite(file)) {
         return file.errorString();
     }
     // Stateful, so a surrogate pair split between two chunks is encoded whole.
     QStringEncoder encoder(QStringEncoder::Utf8);
     for (qsizetype from = 0; from < text.size(); from += kWriteChunk) {
-        const QByteArray bytes = encoder.encode(QStringView(text).mid(from, kWriteChunk));
-        if (file.write(bytes) != bytes.size()) {
-            const QString error = file.errorString();
-            file.cancelWriting();
-            return error;
+        if (!writeWhole(file, encoder.encode(QStringView(text).mid(from, kWriteChunk)))) {
+            return shortWriteError(file);
         }
+    }
+    if (!file.commit()) {
+        return file.errorString();
+    }
+    return {};
+}
+
+QString TextFile::writeBytesAtomically(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    if (!openForAtomicWrite(file)) {
+        return file.errorString();
+    }
+    if (!writeWhole(file, bytes)) {
+        return shortWriteError(file);
     }
     if (!file.commit()) {
         return file.errorString();

@@ -51,4 +51,6 @@ public:
     // Writes `text` as UTF-8 (no byte order mark) and replaces `path` atomically.
     // Returns the system's description of the failure, or an empty string.
     static QString writeAtomically(const QString &path, const QString &text);
+    // The same for bytes that are already encoded.
+    static QString writeBytesAtomically(const QString &path, const QByteArray &bytes);
 };

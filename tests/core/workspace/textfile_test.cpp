@@ -148,10 +148,13 @@ TEST(TextFile, WriteThatFailsHalfwayLeavesTheOldFileWhole)
     small.rlim_cur = 64 * 1024;
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     const QString error = TextFile::writeAtomically(path, QString(3 << 20, QLatin1Char('X')));
+    // Smaller than one write buffer: the short write must still be noticed.
+    const QString smallError = TextFile::writeBytesAtomically(path, QByteArray(100 * 1024, 'Y'));
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, oldHandler);
 
     EXPECT_FALSE(error.isEmpty());
+    EXPECT_FALSE(smallError.isEmpty());
     EXPECT_EQ(readBytes(path), "G0 X0\nM30\n");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"part.nc"});
 }
