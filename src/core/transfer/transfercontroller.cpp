@@ -1,12 +1,18 @@
 #include "transfercontroller.h"
 
+#include "transport/posixserialtransport.h"
+
 #include "transfer/gcodesender.h"
 
 
 TransferController::TransferController(TransportFactory factory, QObject *parent)
-    : QObject(parent), m_factory(std::move(factory))
+    : QObject(parent), m_factory(factory ? std::move(factory) : TransportFactory(&makeSerialTransport))
 {
-    Q_ASSERT(m_factory);
+}
+
+std::unique_ptr<SerialTransport> TransferController::makeSerialTransport(const QString &devicePath)
+{
+    return std::make_unique<PosixSerialTransport>(devicePath);
 }
 
 TransferController::~TransferController()

@@ -29,7 +29,9 @@ public:
     // Makes the transport for one transfer from the device path.
     using TransportFactory = std::function<std::unique_ptr<SerialTransport>(const QString &devicePath)>;
 
-    explicit TransferController(TransportFactory factory, QObject *parent = nullptr);
+    // Without a factory, transfers go through the termios transport.
+    explicit TransferController(TransportFactory factory = {}, QObject *parent = nullptr);
+    static std::unique_ptr<SerialTransport> makeSerialTransport(const QString &devicePath);
     // Stops a running transfer and waits for its thread (a fraction of a second).
     ~TransferController() override;
 
