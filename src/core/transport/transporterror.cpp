@@ -1,6 +1,9 @@
 #include "transporterror.h"
 
+#include <QFile>
+
 #include <cerrno>
+#include <unistd.h>
 
 
 TransportError TransportError::connectionFailed(const QString &message)
@@ -52,12 +55,30 @@ QString TransportError::description(AppLanguage language) const
     return {};
 }
 
+namespace {
+
+QString dialoutHint(AppLanguage language)
+{
+    return L10n::text("Your user may not use serial ports. Add it to the dialout group (sudo usermod -aG "
+                      "dialout $USER), then log out and in again.",
+                      language);
+}
+
+} // namespace
+
 QString TransportError::hint(AppLanguage language) const
 {
     if (kind != Kind::openFailed || (systemError != EACCES && systemError != EPERM)) {
         return {};
     }
-    return L10n::text("Your user may not use serial ports. Add it to the dialout group (sudo usermod -aG "
-                      "dialout $USER), then log out and in again.",
-                      language);
+    return dialoutHint(language);
+}
+
+QString TransportError::accessHint(const QString &devicePath, AppLanguage language)
+{
+    const QByteArray path = QFile::encodeName(devicePath);
+    if (::access(path.constData(), F_OK) != 0 || ::access(path.constData(), R_OK | W_OK) == 0 || errno != EACCES) {
+        return {};
+    }
+    return dialoutHint(language);
 }

@@ -39,6 +39,10 @@ struct TransportError {
     // A second line for an open that the system refused for lack of permission
     // (the user is not in the dialout group); empty otherwise.
     QString hint(AppLanguage language) const;
+    // The same line, decided after the fact from the device itself: it exists
+    // but this user may not read and write it. Views that only kept the failed
+    // transfer's text use this.
+    static QString accessHint(const QString &devicePath, AppLanguage language);
 
     bool operator==(const TransportError &) const = default;
 };

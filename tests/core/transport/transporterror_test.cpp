@@ -1,6 +1,10 @@
 #include "transport/transporterror.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -53,4 +57,20 @@ TEST(TransportError, PermissionHintOnlyForRefusedOpens)
                      .isEmpty());
     EXPECT_TRUE(TransportError::openFailed("/dev/ttyUSB0", "x", ENOENT).hint(AppLanguage::english).isEmpty());
     EXPECT_TRUE(TransportError::writeFailed("x", EACCES).hint(AppLanguage::english).isEmpty());
+}
+
+TEST(TransportError, AccessHintOnlyForADeviceThisUserMayNotUse)
+{
+    QTemporaryDir dir;
+    const QString device = dir.filePath("ttyUSB7");
+    EXPECT_TRUE(TransportError::accessHint(device, AppLanguage::english).isEmpty()) << "missing device";
+    QFile file(device);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    EXPECT_TRUE(TransportError::accessHint(device, AppLanguage::english).isEmpty()) << "usable device";
+    ASSERT_TRUE(QFile::setPermissions(device, QFileDevice::Permissions()));
+    if (::geteuid() == 0) {
+        GTEST_SKIP() << "root may open any device";
+    }
+    EXPECT_TRUE(TransportError::accessHint(device, AppLanguage::english).contains("dialout"));
 }
