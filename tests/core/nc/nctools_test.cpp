@@ -1,5 +1,9 @@
 #include "nc/nctools.h"
 
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <clocale>
@@ -295,22 +299,29 @@ TEST(FormatLikeOriginal, IntegersRoundHalfAwayFromZero)
 
 TEST(FormatLikeOriginal, IgnoresTheUserLocale)
 {
+    // A decimal-comma locale for LC_NUMERIC: an installed one, or one compiled
+    // into a temporary folder when the system has none.
+    QTemporaryDir localeDir;
     const char *previous = std::setlocale(LC_NUMERIC, nullptr);
     const std::string saved = previous ? previous : "C";
-    bool switched = false;
-    for (const char *name : {"de_DE.UTF-8", "es_ES.UTF-8", "fr_FR.UTF-8", "de_DE", "es_ES"}) {
-        if (std::setlocale(LC_NUMERIC, name)) {
-            switched = true;
-            break;
-        }
+    bool switched = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") || std::setlocale(LC_NUMERIC, "es_ES.UTF-8");
+    if (!switched && localeDir.isValid() && !QStandardPaths::findExecutable("localedef").isEmpty()) {
+        QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", localeDir.filePath("de_DE.UTF-8")});
+        qputenv("LOCPATH", QFile::encodeName(localeDir.path()));
+        switched = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
     }
+    if (!switched) {
+        GTEST_SKIP() << "no decimal-comma locale available";
+    }
+    char probe[16];
+    std::snprintf(probe, sizeof probe, "%.1f", 1.5);
+    EXPECT_STREQ(probe, "1,5"); // the trap is really set
+
     EXPECT_TEXT(formatLikeOriginal(1.25, "1.00"), "1.25");
     EXPECT_TEXT(scaleFeed("F1.5", 2), "F3.0");
-    EXPECT_EQ(axisRanges("X1.5", {'X'}).value(0).max, 1.5);
+    EXPECT_EQ(axisRanges("X1.5 X1234567890.12345678", {'X'}).value(0), (AxisRange{'X', 1.5, 1234567890.12345678}));
     std::setlocale(LC_NUMERIC, saved.c_str());
-    if (!switched) {
-        GTEST_SKIP() << "no locale with a decimal comma installed";
-    }
+    qunsetenv("LOCPATH");
 }
 
 TEST(AxisRanges, MeasuresEveryWordOutsideComments)
