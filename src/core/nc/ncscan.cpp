@@ -13,26 +13,31 @@
 
 namespace NCScan {
 
-const Char *findLineBreak(const Char *p, const Char *e)
+const Char *findEither(const Char *p, const Char *e, Char a, Char b)
 {
 #if defined(__SSE2__)
     // Eight code units at a time: programs are mostly short lines of ASCII,
-    // and this loop is what every line tool spends its time in.
-    const __m128i lf = _mm_set1_epi16(u'\n');
-    const __m128i cr = _mm_set1_epi16(u'\r');
+    // and finding line breaks is what every line tool spends time in.
+    const __m128i va = _mm_set1_epi16(short(a));
+    const __m128i vb = _mm_set1_epi16(short(b));
     while (e - p >= 8) {
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(v, lf), _mm_cmpeq_epi16(v, cr)));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(v, va), _mm_cmpeq_epi16(v, vb)));
         if (mask != 0) {
             return p + (__builtin_ctz(unsigned(mask)) >> 1);
         }
         p += 8;
     }
 #endif
-    while (p < e && *p != u'\n' && *p != u'\r') {
+    while (p < e && *p != a && *p != b) {
         ++p;
     }
     return p;
+}
+
+const Char *findLineBreak(const Char *p, const Char *e)
+{
+    return findEither(p, e, u'\n', u'\r');
 }
 
 bool containsCrLf(QStringView text)

@@ -116,6 +116,8 @@ inline const Char *leadingNumberEnd(const Char *b, const Char *e)
 
 // The first line break ("\n" or "\r") at or after `p`, or `e`.
 const Char *findLineBreak(const Char *p, const Char *e);
+// The first `a` or `b` at or after `p`, or `e`.
+const Char *findEither(const Char *p, const Char *e, Char a, Char b);
 
 // Whether the text holds at least one "\r\n".
 bool containsCrLf(QStringView text);
@@ -156,6 +158,10 @@ public:
         m_pos += n;
     }
     void putInteger(qint64 value);
+
+    // Raw access for tight loops: write through cursor(), then hand back the end.
+    Char *cursor() { return m_data + m_pos; }
+    void advanceTo(Char *end) { m_pos = end - m_data; }
 
     qsizetype pos() const { return m_pos; }
     void truncate(qsizetype pos) { m_pos = pos; }

@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -89,103 +90,111 @@ void putNumberedLine(Writer &out, qint64 counter, const Char *b, const Char *e)
     out.put(b, e);
 }
 
-// Feeds characters into the writer while collapsing every run of two or more
-// blanks (spaces or tabs) into one space; a single tab stays a tab. Because
-// it sees the stream after removals, blanks that meet across a removed code
-// collapse too.
-class BlankCollapser {
-public:
-    explicit BlankCollapser(Writer &out) : m_out(out) {}
-
-    void put(Char c)
-    {
-        if (isBlank(c)) {
-            if (m_run == 0) {
-                m_out.put(c);
-            } else if (m_run == 1) {
-                m_out.data()[m_out.pos() - 1] = u' ';
-            }
-            m_run = m_run < 2 ? m_run + 1 : 2;
-            return;
-        }
-        m_out.put(c);
-        m_run = 0;
-    }
-
-private:
-    Writer &m_out;
-    int m_run = 0;
+// Matches nothing: plain copying with blank collapsing.
+struct NoMatch {
+    static bool mayStart(Char) { return false; }
+    const Char *matchEnd(const Char *, const Char *, const Char *) const { return nullptr; }
 };
 
-// One line of the removal tools. `remover` feeds the line minus its matches
-// into the collapser; then trailing blanks go (also in front of a final
-// vertical tab, form feed or line separator, as "[ \t]+$" does), and a line
-// that had text but is left with at most an N word is dropped.
-template <typename Remover>
-bool removalLine(const Char *b, const Char *e, Writer &out, Remover &remover)
+// Copies [b, e) to `w`, skipping the matcher's matches and collapsing every
+// run of two or more blanks (spaces or tabs) into one space, as
+// "[ \t]{2,}" -> " " does; a single tab stays a tab. Runs are collapsed in
+// the stream after removal, so blanks that meet across a removed code merge.
+// Returns the end of what was written (never more than e - b).
+template <typename Matcher>
+Char *copyRemovingAndCollapsing(const Char *b, const Char *e, Char *w, const Matcher &matcher)
+{
+    int run = 0; // blanks just written: 0, 1, or 2 for "collapsed already"
+    for (const Char *p = b; p < e;) {
+        const Char c = *p;
+        if (Matcher::mayStart(c)) {
+            if (const Char *end = matcher.matchEnd(b, p, e)) {
+                p = end;
+                continue;
+            }
+        }
+        ++p;
+        if (c == u' ' || c == u'\t') {
+            if (run == 0) {
+                *w++ = c;
+                run = 1;
+            } else if (run == 1) {
+                w[-1] = u' ';
+                run = 2;
+            }
+            continue;
+        }
+        *w++ = c;
+        run = 0;
+    }
+    return w;
+}
+
+// One line of the removal tools. `produce` writes the line minus its matches,
+// blanks collapsed, and returns its end; then trailing blanks go (also in
+// front of a final vertical tab, form feed or line separator, as "[ \t]+$"
+// does), and a line that had text but is left with at most an N word is
+// dropped.
+template <typename Produce>
+bool removalLine(const Char *b, const Char *e, Writer &out, const Produce &produce)
 {
     const bool hadText = !isAllTrimSpace(b, e);
     out.reserve(e - b); // removing never lengthens a line
-    const qsizetype start = out.pos();
-    BlankCollapser sink(out);
-    remover(b, e, sink);
-
-    Char *d = out.data();
-    qsizetype stop = out.pos();
-    if (stop > start && isDollarTerminator(d[stop - 1])) {
-        const Char terminator = d[stop - 1];
-        qsizetype q = stop - 1;
-        while (q > start && isBlank(d[q - 1])) {
+    Char *const start = out.cursor();
+    Char *stop = produce(b, e, start);
+    if (stop > start && isDollarTerminator(stop[-1])) {
+        const Char terminator = stop[-1];
+        Char *q = stop - 1;
+        while (q > start && isBlank(q[-1])) {
             --q;
         }
-        d[q] = terminator;
+        *q = terminator;
         stop = q + 1;
     } else {
-        while (stop > start && isBlank(d[stop - 1])) {
+        while (stop > start && isBlank(stop[-1])) {
             --stop;
         }
     }
-    out.truncate(stop);
+    out.advanceTo(stop);
 
     if (hadText) {
-        const Char *lb = d + start;
-        const Char *le = d + stop;
-        const Char *rest = leadingNumberEnd(lb, le);
-        if (isAllTrimSpace(rest ? rest : lb, le)) {
+        const Char *rest = leadingNumberEnd(start, stop);
+        if (isAllTrimSpace(rest ? rest : start, stop)) {
             return false;
         }
     }
     return true;
 }
 
-template <typename Remover>
-QString removeLines(const QString &text, Remover remover)
+template <typename Matcher>
+QString removeLines(const QString &text, const Matcher &matcher)
 {
     return transformProgramLines(text, text.size() + 64, [&](const Char *b, const Char *e, Writer &out) {
-        return removalLine(b, e, out, remover);
+        return removalLine(b, e, out, [&](const Char *lb, const Char *le, Char *w) {
+            return copyRemovingAndCollapsing(lb, le, w, matcher);
+        });
     });
 }
 
 // "(?<![0-9])[Mm]0*8(?![0-9])": M8 with any leading zeros, not M80/M18/M88,
-// and not an M glued to a digit in front of it ("X1M8" keeps its M8).
-struct CoolantRemover {
-    void operator()(const Char *b, const Char *e, BlankCollapser &sink) const
+// and not an M glued to a digit in front of it ("X1M8" keeps its M8). The
+// look-behind reads the original line, so in "M8M8" only the first goes.
+struct CoolantMatcher {
+    static bool mayStart(Char c) { return c == u'M' || c == u'm'; }
+
+    const Char *matchEnd(const Char *lineBegin, const Char *m, const Char *e) const
     {
-        for (const Char *p = b; p < e;) {
-            const Char c = *p;
-            if ((c == u'M' || c == u'm') && (p == b || !isAsciiDigit(p[-1]))) {
-                const Char *q = p + 1;
-                while (q < e && *q == u'0') {
-                    ++q;
-                }
-                if (q < e && *q == u'8' && (q + 1 == e || !isAsciiDigit(q[1]))) {
-                    p = q + 1;
-                    continue;
-                }
-            }
-            sink.put(c);
-            ++p;
+        if (m > lineBegin && isAsciiDigit(m[-1])) {
+            return nullptr;
         }
+        const Char *q = m + 1;
+        while (q < e && *q == u'0') {
+            ++q;
+        }
+        if (q < e && *q == u'8' && (q + 1 == e || !isAsciiDigit(q[1]))) {
+            return q + 1;
+        }
+        return nullptr;
     }
 };
 
@@ -212,30 +221,18 @@ bool readMagnitude(const Char *b, const Char *e, quint64 *magnitude)
 // digits after the zeros must spell a code exactly and end the digit run;
 // a negative code is spelled "-" plus its digits. With code 0 in the list
 // the zeros alone are a match when no further digit follows.
-class MCodeRemover {
+class MCodeMatcher {
 public:
-    explicit MCodeRemover(std::vector<qint64> sortedCodes) : m_codes(std::move(sortedCodes)) {}
+    explicit MCodeMatcher(std::vector<qint64> sortedCodes) : m_codes(std::move(sortedCodes)) {}
 
-    void operator()(const Char *b, const Char *e, BlankCollapser &sink) const
+    static bool mayStart(Char c) { return c == u'M' || c == u'm'; }
+
+    const Char *matchEnd(const Char *lineBegin, const Char *m, const Char *e) const
     {
-        for (const Char *p = b; p < e;) {
-            const Char c = *p;
-            if ((c == u'M' || c == u'm') && (p == b || !isAsciiDigit(p[-1]))) {
-                if (const Char *matchEnd = matchAfterM(p + 1, e)) {
-                    p = matchEnd;
-                    continue;
-                }
-            }
-            sink.put(c);
-            ++p;
+        if (m > lineBegin && isAsciiDigit(m[-1])) {
+            return nullptr;
         }
-    }
-
-private:
-    bool has(qint64 code) const { return std::binary_search(m_codes.begin(), m_codes.end(), code); }
-
-    const Char *matchAfterM(const Char *afterM, const Char *e) const
-    {
+        const Char *afterM = m + 1;
         const Char *rest = afterM;
         while (rest < e && *rest == u'0') {
             ++rest;
@@ -250,7 +247,7 @@ private:
             }
             return nullptr; // "0" followed by a digit cannot end a match either
         }
-        if (rest < e && *rest == u'-' && rest + 1 < e && isAsciiDigit(rest[1]) && rest[1] != u'0') {
+        if (rest + 1 < e && *rest == u'-' && isAsciiDigit(rest[1]) && rest[1] != u'0') {
             const Char *digitsEnd = skipDigits(rest + 1, e);
             if (readMagnitude(rest + 1, digitsEnd, &magnitude) && has(qint64(0 - magnitude))) {
                 return digitsEnd;
@@ -262,22 +259,10 @@ private:
         return nullptr;
     }
 
+private:
+    bool has(qint64 code) const { return std::binary_search(m_codes.begin(), m_codes.end(), code); }
+
     std::vector<qint64> m_codes;
-};
-
-// Any caller-supplied pattern: the slow path, one QRegularExpression
-// replacement per line.
-struct RegexRemover {
-    const QRegularExpression &regex;
-
-    void operator()(const Char *b, const Char *e, BlankCollapser &sink) const
-    {
-        QString line(reinterpret_cast<const QChar *>(b), e - b);
-        line.replace(regex, QString());
-        for (QChar c : std::as_const(line)) {
-            sink.put(c.unicode());
-        }
-    }
 };
 
 // "([Ff])([0-9]*\.?[0-9]+)" and its S twin: the number needs a digit after a
@@ -425,22 +410,27 @@ QString formatSpacing(const QString &text)
         const Char *first = skipTrimSpace(b, e);
         const Char *last = trimSpaceBack(first, e);
         out.reserve(last - first);
-        BlankCollapser sink(out);
-        for (const Char *p = first; p < last; ++p) {
-            sink.put(*p);
-        }
+        out.advanceTo(copyRemovingAndCollapsing(first, last, out.cursor(), NoMatch{}));
         return true;
     });
 }
 
 QString removeMatching(const QString &text, const QRegularExpression &regex)
 {
-    return removeLines(text, RegexRemover{regex});
+    // Any caller-supplied pattern: the slow path, one regex replacement per line.
+    return transformProgramLines(text, text.size() + 64, [&](const Char *b, const Char *e, Writer &out) {
+        return removalLine(b, e, out, [&](const Char *lb, const Char *le, Char *w) {
+            QString line(reinterpret_cast<const QChar *>(lb), le - lb);
+            line.replace(regex, QString());
+            const Char *rb = begin(line);
+            return copyRemovingAndCollapsing(rb, rb + line.size(), w, NoMatch{});
+        });
+    });
 }
 
 QString removeCoolant(const QString &text)
 {
-    return removeLines(text, CoolantRemover{});
+    return removeLines(text, CoolantMatcher{});
 }
 
 QString removeMCodes(const QString &text, const QList<qint64> &codes)
@@ -451,7 +441,7 @@ QString removeMCodes(const QString &text, const QList<qint64> &codes)
     if (sorted.empty()) {
         return text;
     }
-    return removeLines(text, MCodeRemover(std::move(sorted)));
+    return removeLines(text, MCodeMatcher(std::move(sorted)));
 }
 
 QString scaleFeed(const QString &text, double factor)
@@ -513,29 +503,29 @@ QList<AxisRange> axisRanges(const QString &text, const QList<QChar> &axes)
         return nextClose;
     };
     while (p < end) {
-        const Char c = *p;
-        if (c == u'(') {
-            if (const Char *close = closingAfter(p + 1)) {
-                *w++ = u' ';
-                p = close + 1;
-                continue;
-            }
-        } else if (c == u';') {
-            *w++ = u' ';
-            ++p;
-            while (p < end && *p != u'\n') {
-                if (*p == u'(') {
-                    if (const Char *close = closingAfter(p + 1)) {
-                        p = close + 1;
-                        continue;
-                    }
-                }
-                ++p;
-            }
+        const Char *special = findEither(p, end, u'(', u';');
+        std::memcpy(w, p, size_t(special - p) * sizeof(Char));
+        w += special - p;
+        p = special;
+        if (p == end) {
+            break;
+        }
+        if (*p == u'(') {
+            const Char *close = closingAfter(p + 1);
+            *w++ = close ? u' ' : u'(';
+            p = close ? close + 1 : p + 1;
             continue;
         }
-        *w++ = c;
+        *w++ = u' ';
         ++p;
+        for (;;) {
+            p = findEither(p, end, u'\n', u'(');
+            if (p == end || *p == u'\n') {
+                break;
+            }
+            const Char *close = closingAfter(p + 1);
+            p = close ? close + 1 : p + 1;
+        }
     }
     const Char *const cb = cleaned.get();
     const Char *const ce = w;
