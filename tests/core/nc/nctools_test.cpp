@@ -341,3 +341,20 @@ TEST(AxisRanges, NumberForms)
     const AxisRange huge = xRange("X1" + QString(400, '0'));
     EXPECT_EQ(huge.max, std::numeric_limits<double>::infinity());
 }
+
+TEST(LargeTexts, OneHugeLineAndManyTinyBlocks)
+{
+    const QString huge = "G1" + QString(1'000'000, u' ') + "X1";
+    EXPECT_TEXT(formatSpacing(huge), "G1 X1");
+    EXPECT_EQ(renumber(huge, 10, 10), "N10 " + huge);
+    EXPECT_TEXT(removeCoolant(huge + " M8"), "G1 X1");
+
+    // Numbering many one-character blocks more than triples the text, well
+    // past the room reserved up front.
+    const QString tiny = QString(";\n").repeated(100'000);
+    const QString numbered = addLineNumbers(tiny, 1, 1);
+    EXPECT_TRUE(numbered.startsWith("N1 ;\nN2 ;\n"));
+    EXPECT_TRUE(numbered.endsWith("N99999 ;\nN100000 ;\n"));
+    EXPECT_EQ(numbered.count(u'\n'), 100'000);
+    EXPECT_EQ(removeLineNumbers(numbered), tiny);
+}
