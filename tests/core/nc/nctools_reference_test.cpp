@@ -1,0 +1,393 @@
+// The tools run on hand-written scanners for speed. This file keeps the
+// definition they replace: the same tools written plainly with the regular
+// expressions that define them, applied line by line. Every scanner must give
+// byte for byte the same result on a large generated program, on the same
+// program salted with awkward tokens, and on random lines made of nothing but
+// awkward tokens.
+#include "nc/nctools.h"
+#include "programgenerator.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <string>
+
+namespace {
+
+// `\s` as the patterns mean it: the Unicode White_Space property.
+const QString kSpace = QStringLiteral("[\\t\\n\\x{0B}\\f\\r\\x{85}\\p{Z}]");
+
+QRegularExpression pattern(QString source)
+{
+    source.replace(QStringLiteral("\\s"), kSpace);
+    QRegularExpression regex(source);
+    EXPECT_TRUE(regex.isValid()) << source.toStdString();
+    return regex;
+}
+
+const QRegularExpression &leadingN()
+{
+    static const QRegularExpression r = pattern(R"(^\s*[nN][0-9]+\s*)");
+    return r;
+}
+const QRegularExpression &multiSpace()
+{
+    static const QRegularExpression r = pattern(R"([ \t]{2,})");
+    return r;
+}
+// "[ \t]+$" where "$" also matches before one final line terminator.
+const QRegularExpression &trailingBlanks()
+{
+    static const QRegularExpression r = pattern(R"([ \t]+(?=[\n\x{0B}\f\r\x{85}\x{2028}\x{2029}]?\z))");
+    return r;
+}
+const QRegularExpression &coolantOn()
+{
+    static const QRegularExpression r = pattern(R"((?<![0-9])[Mm]0*8(?![0-9]))");
+    return r;
+}
+
+QString trimmed(const QString &line)
+{
+    auto blank = [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; };
+    qsizetype b = 0;
+    qsizetype e = line.size();
+    while (b < e && blank(line[b])) {
+        ++b;
+    }
+    while (e > b && blank(line[e - 1])) {
+        --e;
+    }
+    return line.mid(b, e - b);
+}
+
+template <typename PerLine>
+QString framed(const QString &text, PerLine perLine)
+{
+    const bool crlf = text.contains(QStringLiteral("\r\n"));
+    QString unified = text;
+    unified.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    unified.replace(u'\r', u'\n');
+    QStringList out;
+    for (const QString &line : unified.split(u'\n')) {
+        QString result;
+        if (perLine(line, &result)) {
+            out.append(result);
+        }
+    }
+    return out.join(crlf ? QStringLiteral("\r\n") : QStringLiteral("\n"));
+}
+
+bool isProtected(const QString &line)
+{
+    const QString t = trimmed(line);
+    return t.isEmpty() || t.startsWith(u'%') || t.startsWith(u'(') || t.startsWith(u'O') || t.startsWith(u'o');
+}
+
+QString withoutLeadingN(QString line)
+{
+    return line.remove(leadingN());
+}
+
+QString renumber(const QString &text, qint64 start, qint64 step)
+{
+    qint64 counter = start;
+    return framed(text, [&](const QString &line, QString *out) {
+        if (isProtected(line)) {
+            *out = line;
+        } else {
+            *out = "N" + QString::number(counter) + " " + trimmed(withoutLeadingN(line));
+            counter += step;
+        }
+        return true;
+    });
+}
+
+QString addLineNumbers(const QString &text, qint64 start, qint64 step)
+{
+    qint64 counter = start;
+    return framed(text, [&](const QString &line, QString *out) {
+        if (isProtected(line) || leadingN().match(line).hasMatch()) {
+            *out = line;
+        } else {
+            *out = "N" + QString::number(counter) + " " + trimmed(line);
+            counter += step;
+        }
+        return true;
+    });
+}
+
+QString removeLineNumbers(const QString &text)
+{
+    return framed(text, [](const QString &line, QString *out) {
+        *out = isProtected(line) ? line : withoutLeadingN(line);
+        return true;
+    });
+}
+
+QString formatSpacing(const QString &text)
+{
+    return framed(text, [](const QString &line, QString *out) {
+        *out = isProtected(line) ? line : trimmed(line).replace(multiSpace(), QStringLiteral(" "));
+        return true;
+    });
+}
+
+QString removeMatching(const QString &text, const QRegularExpression &regex)
+{
+    return framed(text, [&](const QString &line, QString *out) {
+        const bool hadText = !trimmed(line).isEmpty();
+        QString result = line;
+        result.replace(regex, QString());
+        result.replace(multiSpace(), QStringLiteral(" "));
+        result.replace(trailingBlanks(), QString());
+        if (hadText && trimmed(withoutLeadingN(result)).isEmpty()) {
+            return false;
+        }
+        *out = result;
+        return true;
+    });
+}
+
+QString removeMCodes(const QString &text, QList<qint64> codes)
+{
+    std::sort(codes.begin(), codes.end());
+    codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
+    if (codes.isEmpty()) {
+        return text;
+    }
+    QStringList written;
+    for (qint64 code : codes) {
+        written.append(QString::number(code));
+    }
+    return removeMatching(text, pattern("(?<![0-9])[Mm]0*(?:" + written.join(u'|') + ")(?![0-9])"));
+}
+
+QString formatLike(double value, const QString &original)
+{
+    const qsizetype point = original.indexOf(u'.');
+    if (point < 0) {
+        return QString::number(qint64(std::round(value)));
+    }
+    const int decimals = int(std::clamp<qsizetype>(original.size() - point - 1, 1, 4));
+    char buffer[400];
+    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
+    return QString::fromLatin1(buffer);
+}
+
+QString scale(const QString &text, const QString &source, double factor)
+{
+    QString out = text;
+    QList<QRegularExpressionMatch> matches;
+    for (auto it = pattern(source).globalMatch(text); it.hasNext();) {
+        matches.append(it.next());
+    }
+    for (auto m = matches.crbegin(); m != matches.crend(); ++m) {
+        bool ok = false;
+        const double value = m->captured(2).toDouble(&ok);
+        if (ok) {
+            out.replace(m->capturedStart(0), m->capturedLength(0),
+                        m->captured(1) + formatLike(value * factor, m->captured(2)));
+        }
+    }
+    return out;
+}
+
+QList<NCTools::AxisRange> axisRanges(const QString &text, const QList<QChar> &axes)
+{
+    QString cleaned = text;
+    cleaned.replace(pattern(R"(\([^)]*\))"), QStringLiteral(" "));
+    cleaned.replace(pattern(R"(;[^\n]*)"), QStringLiteral(" "));
+    QHash<QChar, double> minima;
+    QHash<QChar, double> maxima;
+    for (auto it = pattern(R"(([A-Za-z])\s*([+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)))").globalMatch(cleaned);
+         it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        const QChar letter = m.captured(1).at(0).toUpper();
+        if (!axes.contains(letter)) {
+            continue;
+        }
+        bool ok = false;
+        const double value = m.captured(2).toDouble(&ok);
+        if (!ok) {
+            continue;
+        }
+        if (!minima.contains(letter)) {
+            minima[letter] = value;
+            maxima[letter] = value;
+        } else {
+            minima[letter] = value < minima[letter] ? value : minima[letter];
+            maxima[letter] = value >= maxima[letter] ? value : maxima[letter];
+        }
+    }
+    QList<NCTools::AxisRange> ranges;
+    for (QChar axis : axes) {
+        if (minima.contains(axis)) {
+            ranges.append({axis, minima[axis], maxima[axis]});
+        }
+    }
+    return ranges;
+}
+
+// Line breaks and tabs made visible, so a failure shows what differs.
+std::string visible(const QString &text)
+{
+    QString shown = text;
+    return shown.replace(u'\r', "\\r").replace(u'\n', "\\n").replace(u'\t', "\\t").toStdString();
+}
+
+std::string rangesText(const QList<NCTools::AxisRange> &ranges)
+{
+    std::string out;
+    for (const NCTools::AxisRange &r : ranges) {
+        char buffer[128];
+        std::snprintf(buffer, sizeof buffer, "%c[%.17g %.17g] ", char(r.axis.unicode()), r.min, r.max);
+        out += buffer;
+    }
+    return out;
+}
+
+// Asserts every tool against its definition; returns false at the first
+// difference so a random run stops with one readable failure.
+bool sameAsDefinition(const QString &text)
+{
+    const std::string shown = visible(text.left(2000));
+    auto same = [&](const QString &fast, const QString &defined, const char *tool) {
+        if (fast == defined) {
+            return true;
+        }
+        ADD_FAILURE() << tool << " differs on \"" << shown << "\"\n  scanner: " << visible(fast.left(2000))
+                      << "\n  pattern: " << visible(defined.left(2000));
+        return false;
+    };
+    bool ok = same(NCTools::renumber(text, 10, 10), renumber(text, 10, 10), "renumber") &&
+              same(NCTools::renumber(text, -7, 3), renumber(text, -7, 3), "renumber") &&
+              same(NCTools::addLineNumbers(text, 100, 5), addLineNumbers(text, 100, 5), "addLineNumbers") &&
+              same(NCTools::removeLineNumbers(text), removeLineNumbers(text), "removeLineNumbers") &&
+              same(NCTools::formatSpacing(text), formatSpacing(text), "formatSpacing") &&
+              same(NCTools::removeCoolant(text), removeMatching(text, coolantOn()), "removeCoolant");
+    for (const QList<qint64> &codes : {QList<qint64>{8, 9}, QList<qint64>{0}, QList<qint64>{3, -5, 0, 30},
+                                       QList<qint64>{80, 8}, QList<qint64>{}}) {
+        ok = ok && same(NCTools::removeMCodes(text, codes), removeMCodes(text, codes), "removeMCodes");
+    }
+    for (double factor : {0.9, 1.1, 2.0, 0.5, -0.5, 1.23456}) {
+        ok = ok && same(NCTools::scaleFeed(text, factor), scale(text, R"(([Ff])([0-9]*\.?[0-9]+))", factor),
+                        "scaleFeed");
+        ok = ok && same(NCTools::scaleSpindle(text, factor), scale(text, R"(([Ss])([0-9]*\.?[0-9]+))", factor),
+                        "scaleSpindle");
+    }
+    for (const QList<QChar> &axes : {QList<QChar>{'X', 'Y', 'Z'}, QList<QChar>{'Z', 'N', 'M', 'X'}}) {
+        const std::string fast = rangesText(NCTools::axisRanges(text, axes));
+        const std::string defined = rangesText(axisRanges(text, axes));
+        if (fast != defined) {
+            ADD_FAILURE() << "axisRanges differs on \"" << shown << "\"\n  scanner: " << fast
+                          << "\n  pattern: " << defined;
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+// Tokens chosen to sit on the edge of one pattern or another.
+const QStringList &awkwardTokens()
+{
+    static const QStringList tokens = {
+        "N", "n", "N10", "n007", "N\u0661\u0662", "M", "m", "M8", "m8", "M08", "m008", "M080", "M80", "M18",
+        "M88", "M9", "M09", "M0", "M00", "M3", "M30", "M-5", "M0-5", "M00-7", "X", "x", "X1.5", "X 1.5",
+        "X\t-2", ".5", "-.5", "+.5", "1.", "1.5.5", "F", "f", "F450.", "F.5", "F12.34567", "f0.25", "S", "s",
+        "S1000", "s0.05", "S3", "(", ")", "(X5)", ";", ";X9", "( ; )", " ", "  ", "\t", " \t ", "\u00A0",
+        "\u2003", "\u3000", "\u2028", "\u2029", "\v", "\f", "\u0085", "\u180E", "\u0661", "\u0668", "%", "O",
+        "o", "O1000", "G0", "G01", "Y-3", "Z+.5", "/", "1", "0", "8", "9", "-", "+", "X1M8", "\u00E9",
+        "\U0001F600", "\r", "\n", "\r\n"};
+    return tokens;
+}
+
+QString awkwardLine(std::mt19937 &rng, int maxTokens)
+{
+    const QStringList &tokens = awkwardTokens();
+    std::uniform_int_distribution<int> count(0, maxTokens);
+    std::uniform_int_distribution<qsizetype> pick(0, tokens.size() - 1);
+    QString line;
+    for (int i = count(rng); i > 0; --i) {
+        line += tokens[pick(rng)];
+    }
+    return line;
+}
+
+} // namespace
+
+TEST(ScannersMatchPatterns, RandomLinesOfAwkwardTokens)
+{
+    std::mt19937 rng(4242);
+    for (int round = 0; round < 6000; ++round) {
+        QString text;
+        for (int lines = int(rng() % 5); lines >= 0; --lines) {
+            text += awkwardLine(rng, 10);
+        }
+        ASSERT_TRUE(sameAsDefinition(text)) << "round " << round;
+    }
+}
+
+TEST(ScannersMatchPatterns, TheNamedAwkwardCases)
+{
+    const QStringList cases = {
+        "", "\n", "\r", "\r\n", "\r\r\n", "\n\r", "m8", "M080", "X1M8", "N", "N\n", "X 1.5", ".5", "-.5", "+.5",
+        "1.", "G1 X1 (unclosed\nX2", "( ; ) X3 ; (X4)\nX5", "( a\r\nb ) X6", "A\u00A0\u2003\u3000B  C",
+        "N\u0661 X\u0662", "N10 M8\u00A0", "  \t  ", "%  M8", "O100 N20 M08", "F1.23456 S100.", "F.5F5f5.",
+        "X(c)5 X;c\n-9", "N5 G0 X0\r\nG1 X10\r\nM30", "G1 M8 \u2028", "G1 \u2029 \v", "\u0085N10 M9\u0085",
+    };
+    for (const QString &text : cases) {
+        EXPECT_TRUE(sameAsDefinition(text));
+    }
+}
+
+TEST(ScannersMatchPatterns, LargeGeneratedPrograms)
+{
+    for (bool crlf : {false, true}) {
+        const QString program = ProgramGenerator::milling(1'500'000, 7, crlf);
+        EXPECT_TRUE(sameAsDefinition(program)) << (crlf ? "CRLF" : "LF");
+    }
+}
+
+TEST(ScannersMatchPatterns, GeneratedProgramSaltedWithAwkwardTokens)
+{
+    std::mt19937 rng(99);
+    const QString program = ProgramGenerator::milling(800'000, 11, false);
+    QString salted;
+    salted.reserve(program.size() * 2);
+    std::uniform_int_distribution<int> gap(1, 60);
+    qsizetype at = 0;
+    while (at < program.size()) {
+        const qsizetype next = std::min<qsizetype>(program.size(), at + gap(rng));
+        salted += QStringView(program).mid(at, next - at);
+        salted += awkwardLine(rng, 2);
+        at = next;
+    }
+    EXPECT_TRUE(sameAsDefinition(salted));
+}
+
+TEST(ScannerCharacterClasses, BlanksAndSpacesFollowUnicode)
+{
+    // Trimming removes tab and the space separators; the patterns' "\s" is
+    // White_Space. Compared with Qt's Unicode tables over the whole BMP.
+    for (char32_t u = 0; u <= 0xFFFF; ++u) {
+        const QChar c(static_cast<char16_t>(u));
+        const QString one(c);
+        const bool separator = c.category() == QChar::Separator_Space;
+        const bool lineOrParagraph =
+            c.category() == QChar::Separator_Line || c.category() == QChar::Separator_Paragraph;
+        const bool trimSpace = u == u'\t' || separator;
+        const bool patternSpace = (u >= 0x09 && u <= 0x0D) || u == 0x85 || separator || lineOrParagraph;
+        // Through the public tools: a trimmed character vanishes from the ends
+        // of a spaced line; a "\s" character may sit between N and its digits' end.
+        ASSERT_EQ(NCTools::formatSpacing("G1" + one) == "G1", trimSpace) << std::hex << unsigned(u);
+        if (u != u'\n' && u != u'\r') {
+            ASSERT_EQ(NCTools::removeLineNumbers(one + "N1" + one + "G1") == "G1", patternSpace)
+                << std::hex << unsigned(u);
+        }
+    }
+}

@@ -1,0 +1,6 @@
+%
+(KEEP   THIS   SPACING)
+N10	G0 X1 Y2
+N20	G1	X3
+	
+N30 G1 Z-1

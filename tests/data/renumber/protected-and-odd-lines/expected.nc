@@ -1,0 +1,13 @@
+%
+(HEADER)
+  (INDENTED COMMENT)  
+O1000
+o2000
+
+N10 ;comment
+N20 /N7 G1 X1
+N30 
+N40 G0   X5
+N50 N
+N60 G1 X2
+%

@@ -1,0 +1,13 @@
+%
+(HEADER)
+  (INDENTED COMMENT)  
+O1000
+o2000
+
+;comment
+/N7 G1 X1
+N10
+   N20    G0   X5   
+N
+G1 X2
+%

@@ -1,0 +1,8 @@
+%
+O0001 (DEMO VARN EDIT)
+(...)
+N10 G21 G17
+G54
+N20 G0 X0 Y0
+M30
+%
