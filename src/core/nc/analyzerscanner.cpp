@@ -62,9 +62,6 @@ std::optional<QString> programNumber(QStringView line)
 
 namespace {
 
-constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 bool parseSlow(QStringView value, double *out)
 {
     // Only ASCII signs, digits and a dot reach here, so narrowing is lossless.
@@ -134,7 +131,7 @@ bool parseValue(QStringView value, double *out)
     if (!sawDigit || mantissa > (quint64(1) << 53) || fraction > 22) {
         return parseSlow(value, out);
     }
-    const double magnitude = double(mantissa) / kPowersOfTen[fraction];
+    const double magnitude = double(mantissa) / detail::kPowersOfTen[fraction];
     *out = negative ? -magnitude : magnitude;
     return true;
 }
@@ -142,7 +139,8 @@ bool parseValue(QStringView value, double *out)
 QList<Token> tokens(QStringView line)
 {
     QList<Token> found;
-    forEachToken(line, [&](QChar letter, QStringView value) { found.append({letter, value}); });
+    const auto *begin = reinterpret_cast<const char16_t *>(line.utf16());
+    scanLine(begin, begin + line.size(), [&](const Word &word) { found.append({word.letter, word.value}); });
     return found;
 }
 

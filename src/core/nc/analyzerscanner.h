@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <algorithm>
 #include <optional>
 
 // The hand-written tokeniser behind ProgramAnalyzer. Analysing a program runs
@@ -55,122 +56,179 @@ std::optional<QString> programNumber(QStringView line);
 // range (overflow, or underflow to zero), which counts as "no value".
 bool parseValue(QStringView value, double *out);
 
-struct Token {
-    QChar letter;     // as written
-    QStringView value; // the signed number as written, a view into the line
+// One word as the tokeniser found it. The number was read on the way, so most
+// values need no second look at their characters.
+struct Word {
+    QChar letter;        // as written
+    QStringView value;   // the signed number as written, a view into the text
+    int leadingInteger;  // the value's leading digits as an integer, -1 without
+                         // any (a sign or a dot first); capped at 100
+    quint64 mantissa;    // all digits as one integer, when `exact`
+    int fraction;        // digits after the dot
+    bool negative;
+    bool exact;          // mantissa <= 2^53 and fraction <= 22: one division is exact
+
+    // The value as QString::toDouble reads it; false when that would fail.
+    bool number(double *out) const;
 };
 
-// Calls `sink(letter, value)` for each word of the line, in order, with the
-// line's comments treated as blanks. Returns nothing; the line must not hold
-// line breaks.
-template <typename Sink>
-void forEachToken(QStringView line, Sink &&sink);
+struct Token {
+    QChar letter;
+    QStringView value;
+};
 
-// The same, collected; for tests and tools that want a list.
+// Reads one line from `p` and calls `sink(const Word &)` for each word, with the
+// line's comments treated as blanks. Stops at the first "\n" or "\r" or at `end`
+// and returns where it stopped.
+template <typename Sink>
+const char16_t *scanLine(const char16_t *p, const char16_t *end, Sink &&sink);
+
+// The words of one line (no line breaks in it), collected; for tests and tools.
 QList<Token> tokens(QStringView line);
 
 // ---------------------------------------------------------------------------
 
 namespace detail {
 
-// Index just past the ")" closing a "(" at `open`, or -1 when the line has none.
-inline qsizetype closeOfParen(const char16_t *p, qsizetype open, qsizetype size)
+inline constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                          1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                          1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+constexpr bool isLineBreak(char16_t c)
 {
-    for (qsizetype i = open + 1; i < size; ++i) {
-        if (p[i] == u')') {
-            return i + 1;
-        }
-    }
-    return -1;
+    return c == u'\n' || c == u'\r';
 }
 
-// Length of a number starting at `i` ([+-]?(digits[.digits] | .digits)), or 0.
-inline qsizetype numberLength(const char16_t *p, qsizetype i, qsizetype size)
+inline const char16_t *lineEnd(const char16_t *p, const char16_t *end)
 {
-    qsizetype j = i;
-    if (j < size && (p[j] == u'+' || p[j] == u'-')) {
-        ++j;
+    while (p < end && !isLineBreak(*p)) {
+        ++p;
     }
-    const qsizetype digitsStart = j;
-    while (j < size && isAsciiDigit(p[j])) {
-        ++j;
-    }
-    if (j > digitsStart) {
-        if (j < size && p[j] == u'.') {
-            ++j;
-            while (j < size && isAsciiDigit(p[j])) {
-                ++j;
-            }
+    return p;
+}
+
+// Just past the ")" closing the "(" at `open`, or nullptr when the line has none.
+inline const char16_t *closeOfParen(const char16_t *open, const char16_t *end)
+{
+    for (const char16_t *p = open + 1; p < end; ++p) {
+        if (*p == u')') {
+            return p + 1;
         }
-        return j - i;
-    }
-    if (j + 1 < size && p[j] == u'.' && isAsciiDigit(p[j + 1])) {
-        j += 2;
-        while (j < size && isAsciiDigit(p[j])) {
-            ++j;
+        if (isLineBreak(*p)) {
+            return nullptr;
         }
-        return j - i;
     }
-    return 0;
+    return nullptr;
 }
 
 } // namespace detail
 
-template <typename Sink>
-void forEachToken(QStringView line, Sink &&sink)
+inline bool Word::number(double *out) const
 {
-    const auto *p = reinterpret_cast<const char16_t *>(line.utf16());
-    const qsizetype size = line.size();
+    if (exact) {
+        const double magnitude = double(mantissa) / detail::kPowersOfTen[fraction];
+        *out = negative ? -magnitude : magnitude;
+        return true;
+    }
+    return parseValue(value, out);
+}
+
+template <typename Sink>
+const char16_t *scanLine(const char16_t *p, const char16_t *end, Sink &&sink)
+{
     // Once a "(" has found no ")" after it, no later "(" can be closed either.
     bool parenCanClose = true;
-    qsizetype i = 0;
-    while (i < size) {
-        const char16_t c = p[i];
+    while (p < end) {
+        const char16_t c = *p;
         const char16_t upper = c & ~0x20;
         if (upper >= u'A' && upper <= u'Z') {
             // A blanked comment is a space to the word pattern, so "X(c)5" is X5.
-            qsizetype j = i + 1;
-            for (;;) {
-                if (j >= size) {
-                    break;
-                }
-                if (isSpace(p[j])) {
-                    ++j;
-                } else if (p[j] == u'(' && parenCanClose) {
-                    const qsizetype close = detail::closeOfParen(p, j, size);
-                    if (close < 0) {
+            const char16_t *q = p + 1;
+            while (q < end) {
+                if (isSpace(*q) && !detail::isLineBreak(*q)) {
+                    ++q;
+                } else if (*q == u'(' && parenCanClose) {
+                    const char16_t *close = detail::closeOfParen(q, end);
+                    if (!close) {
                         parenCanClose = false;
                         break;
                     }
-                    j = close;
+                    q = close;
                 } else {
                     break;
                 }
             }
-            const qsizetype length = detail::numberLength(p, j, size);
-            if (length > 0) {
-                sink(QChar(c), line.sliced(j, length));
-                i = j + length;
-            } else {
-                i = j > i + 1 ? j : i + 1;
+            const char16_t *numberStart = q;
+            bool negative = false;
+            if (q < end && (*q == u'+' || *q == u'-')) {
+                negative = *q == u'-';
+                ++q;
             }
+            quint64 mantissa = 0;
+            int significant = 0;
+            int fraction = 0;
+            int leading = -1;
+            const char16_t *digits = q;
+            while (q < end && isAsciiDigit(*q)) {
+                const int d = *q - u'0';
+                significant += (mantissa != 0 || d != 0);
+                mantissa = mantissa * 10 + d;
+                leading = leading < 0 ? d : std::min(leading * 10 + d, 100);
+                ++q;
+                if (significant > 16) {
+                    break;
+                }
+            }
+            while (q < end && isAsciiDigit(*q)) { // past 16 significant digits: slow path
+                ++q;
+            }
+            const bool hasInteger = q > digits;
+            if (q < end && *q == u'.' && (hasInteger || (q + 1 < end && isAsciiDigit(q[1])))) {
+                ++q;
+                while (q < end && isAsciiDigit(*q)) {
+                    const int d = *q - u'0';
+                    if (significant <= 16) {
+                        significant += (mantissa != 0 || d != 0);
+                        mantissa = mantissa * 10 + d;
+                        ++fraction;
+                    }
+                    ++q;
+                }
+            } else if (!hasInteger) {
+                // No number after the letter: the letter is no word; go on after the blanks.
+                p = numberStart;
+                continue;
+            }
+            const Word word{QChar(c),
+                            QStringView(numberStart, q - numberStart),
+                            numberStart == digits ? leading : -1,
+                            mantissa,
+                            fraction,
+                            negative,
+                            significant <= 16 && mantissa <= (quint64(1) << 53) && fraction <= 22};
+            sink(word);
+            p = q;
             continue;
         }
         if (c == u'(' && parenCanClose) {
-            const qsizetype close = detail::closeOfParen(p, i, size);
-            if (close < 0) {
+            const char16_t *close = detail::closeOfParen(p, end);
+            if (!close) {
                 parenCanClose = false;
-                ++i;
+                ++p;
             } else {
-                i = close;
+                p = close;
             }
             continue;
         }
         if (c == u';') {
-            return; // the rest of the line is comment
+            return detail::lineEnd(p, end); // the rest of the line is comment
         }
-        ++i;
+        if (detail::isLineBreak(c)) {
+            return p;
+        }
+        ++p;
     }
+    return end;
 }
 
 } // namespace AnalyzerScan

@@ -2,20 +2,6 @@
 
 #include <cmath>
 
-void ProgramAnalysis::ValueRange::widen(std::optional<ValueRange> &range, double value)
-{
-    if (!range) {
-        range = ValueRange{value, value};
-        return;
-    }
-    if (value < range->min) {
-        range->min = value;
-    }
-    if (value > range->max) {
-        range->max = value;
-    }
-}
-
 std::optional<QString> ProgramAnalysis::estimatedTimeText() const
 {
     if (!estimatedSeconds || !(*estimatedSeconds > 0)) {

@@ -39,7 +39,16 @@ struct ProgramAnalysis {
         double min = 0;
         double max = 0;
         // The first value sets both ends; later ones only push them outwards.
-        static void widen(std::optional<ValueRange> &range, double value);
+        static void widen(std::optional<ValueRange> &range, double value)
+        {
+            if (!range) {
+                range = ValueRange{value, value};
+            } else if (value < range->min) {
+                range->min = value;
+            } else if (value > range->max) {
+                range->max = value;
+            }
+        }
         bool operator==(const ValueRange &) const = default;
     };
 

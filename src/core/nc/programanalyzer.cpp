@@ -37,23 +37,6 @@ const KnownCodes &knownCodes()
     return codes;
 }
 
-// The integer of a code's leading digits, -1 when there is none. The words only
-// hold ASCII digits, so this is the reference's key without the Unicode detour;
-// anything past 99 is unknown and has no effect, so it is capped there.
-int codeNumber(QStringView value)
-{
-    int number = -1;
-    for (QChar c : value) {
-        const char16_t u = c.unicode();
-        if (!AnalyzerScan::isAsciiDigit(u)) {
-            break;
-        }
-        number = number < 0 ? 0 : number;
-        number = std::min(number * 10 + (u - u'0'), 100);
-    }
-    return number;
-}
-
 // Entry ids only need to be unique, not secret: one seed from the system per
 // analysis keeps thousands of warnings from costing a system call each.
 class IdSource {
@@ -108,48 +91,34 @@ ProgramAnalysis ProgramAnalyzer::analyze(const QString &text, AppLanguage langua
     bool firstLineHasTapeMarker = false;
 
     const auto *data = reinterpret_cast<const char16_t *>(text.utf16());
-    const qsizetype size = text.size();
-    qsizetype start = 0;
+    const char16_t *const textEnd = data + text.size();
+    const char16_t *start = data;
     int index = 0;
     for (;; ++index) {
         if (index % kCancelCheckLines == 0 && isCancelled && isCancelled()) {
             result.cancelled = true;
             return result;
         }
-        // "\r\n", a lone "\r" and "\n" all end a line.
-        qsizetype end = start;
-        while (end < size && data[end] != u'\n' && data[end] != u'\r') {
-            ++end;
-        }
-        const QStringView line(data + start, end - start);
         const int n = index + 1;
-
-        qsizetype first = 0;
-        while (first < line.size() && isBlank(line[first].unicode())) {
+        const char16_t *first = start;
+        while (first < textEnd && isBlank(*first)) {
             ++first;
         }
-        const char16_t lead = first < line.size() ? line[first].unicode() : 0;
+        const char16_t lead = first < textEnd ? *first : u'\n';
         if (index == 0) {
             firstLineHasTapeMarker = lead == u'%';
-        }
-        if (lead == u'(' || lead == u';') {
-            if (std::optional<QString> comment = AnalyzerScan::firstComment(line)) {
-                result.comments.append({ids.next(), n, std::move(*comment)});
-            }
-        }
-        if ((lead == u'O' || lead == u'o') && !result.programNumber) {
-            result.programNumber = AnalyzerScan::programNumber(line);
         }
 
         Position target = position;
         bool isMove = false;
         QStringView tool;
         bool hasTool = false;
-        AnalyzerScan::forEachToken(line, [&](QChar letter, QStringView value) {
-            double number = 0;
-            switch (letter.unicode() & ~0x20) {
+        double number = 0;
+        // The tokeniser also finds the end of the line: "\n", "\r" or "\r\n".
+        const char16_t *end = AnalyzerScan::scanLine(first, textEnd, [&](const AnalyzerScan::Word &word) {
+            switch (word.letter.unicode() & ~0x20) {
             case u'G': {
-                const int code = codeNumber(value);
+                const int code = word.leadingInteger;
                 if (code >= 0 && code <= 3) {
                     motionMode = code;
                 } else if (code == 20) {
@@ -164,53 +133,53 @@ ProgramAnalysis ProgramAnalyzer::analyze(const QString &text, AppLanguage langua
                     absolute = false;
                 }
                 if (code < 0 || code > 99 || !known.g[code]) {
-                    warn(n, L10n::format("Unknown G code: G%@", language, {value.toString()}));
+                    warn(n, L10n::format("Unknown G code: G%@", language, {word.value.toString()}));
                 }
                 break;
             }
             case u'M': {
-                const int code = codeNumber(value);
+                const int code = word.leadingInteger;
                 if (code == 3 || code == 4) {
                     spindleStarted = true;
                 } else if (code == 2 || code == 30) {
                     programEndSeen = true;
                 }
                 if (code < 0 || code > 99 || !known.m[code]) {
-                    warn(n, L10n::format("Unknown M code: M%@", language, {value.toString()}));
+                    warn(n, L10n::format("Unknown M code: M%@", language, {word.value.toString()}));
                 }
                 break;
             }
             case u'T':
-                tool = value;
+                tool = word.value;
                 hasTool = true;
                 break;
             case u'S':
-                if (AnalyzerScan::parseValue(value, &number)) {
+                if (word.number(&number)) {
                     ProgramAnalysis::ValueRange::widen(result.sRange, number);
                 }
                 break;
             case u'F':
-                if (AnalyzerScan::parseValue(value, &number)) {
+                if (word.number(&number)) {
                     feed = number;
                     ProgramAnalysis::ValueRange::widen(result.fRange, number);
                 }
                 break;
             case u'X':
-                if (AnalyzerScan::parseValue(value, &number)) {
+                if (word.number(&number)) {
                     target.x = absolute ? number : target.x + number;
                     ProgramAnalysis::ValueRange::widen(result.xRange, target.x);
                     isMove = true;
                 }
                 break;
             case u'Y':
-                if (AnalyzerScan::parseValue(value, &number)) {
+                if (word.number(&number)) {
                     target.y = absolute ? number : target.y + number;
                     ProgramAnalysis::ValueRange::widen(result.yRange, target.y);
                     isMove = true;
                 }
                 break;
             case u'Z':
-                if (AnalyzerScan::parseValue(value, &number)) {
+                if (word.number(&number)) {
                     target.z = absolute ? number : target.z + number;
                     ProgramAnalysis::ValueRange::widen(result.zRange, target.z);
                     isMove = true;
@@ -220,7 +189,18 @@ ProgramAnalysis ProgramAnalyzer::analyze(const QString &text, AppLanguage langua
                 break; // N, P, Q, R, I, J, K, H, D ... carry nothing the analysis shows
             }
         });
+        const QStringView line(start, end - start);
 
+        // Comment lines and the program number come after the words only because
+        // the line's end is known then; they do not depend on each other.
+        if (lead == u'(' || lead == u';') {
+            if (std::optional<QString> comment = AnalyzerScan::firstComment(line)) {
+                result.comments.append({ids.next(), n, std::move(*comment)});
+            }
+        }
+        if ((lead == u'O' || lead == u'o') && !result.programNumber) {
+            result.programNumber = AnalyzerScan::programNumber(line);
+        }
         if (hasTool) {
             result.tools.append({ids.next(), n, tool.toString(), AnalyzerScan::firstComment(line)});
         }
@@ -238,10 +218,10 @@ ProgramAnalysis ProgramAnalyzer::analyze(const QString &text, AppLanguage langua
             }
         }
 
-        if (end == size) {
+        if (end == textEnd) {
             break;
         }
-        start = end + ((data[end] == u'\r' && end + 1 < size && data[end + 1] == u'\n') ? 2 : 1);
+        start = end + ((*end == u'\r' && end + 1 < textEnd && end[1] == u'\n') ? 2 : 1);
     }
     result.lineCount = index + 1;
 
