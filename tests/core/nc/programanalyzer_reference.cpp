@@ -6,7 +6,6 @@
 #include <QStringList>
 
 #include <cmath>
-#include <cstring>
 
 namespace {
 
@@ -41,22 +40,6 @@ void widen(std::optional<ProgramAnalysis::ValueRange> &range, double value)
         range->min = std::min(range->min, value);
         range->max = std::max(range->max, value);
     }
-}
-
-QString describe(const std::optional<ProgramAnalysis::ValueRange> &range)
-{
-    return range ? QStringLiteral("(%1, %2)").arg(range->min, 0, 'g', 17).arg(range->max, 0, 'g', 17)
-                 : QStringLiteral("absent");
-}
-
-QString describe(const std::optional<QString> &text)
-{
-    return text ? QLatin1Char('"') + *text + QLatin1Char('"') : QStringLiteral("absent");
-}
-
-bool sameDouble(double a, double b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
 }
 
 } // namespace
@@ -222,90 +205,43 @@ ProgramAnalysis analyze(const QString &text, AppLanguage language)
     return result;
 }
 
+// One line per fact, numbers to the last bit, ids left out.
+QStringList dump(const ProgramAnalysis &a)
+{
+    const auto number = [](double value) { return QString::number(value, 'g', 17); };
+    const auto range = [&](const char *name, const std::optional<ProgramAnalysis::ValueRange> &r) {
+        return QLatin1String(name) + (r ? u' ' + number(r->min) + u' ' + number(r->max) : QStringLiteral(" absent"));
+    };
+    QStringList lines = {QStringLiteral("lineCount %1").arg(a.lineCount),
+                         QStringLiteral("programNumber ") + a.programNumber.value_or(QStringLiteral("absent")),
+                         QStringLiteral("units ") + a.units};
+    for (const auto &tool : a.tools) {
+        lines.append(QStringLiteral("tool %1 [%2] ").arg(tool.line).arg(tool.tool) +
+                     (tool.comment ? u'[' + *tool.comment + u']' : QStringLiteral("no comment")));
+    }
+    for (const auto &comment : a.comments) {
+        lines.append(QStringLiteral("comment %1 [%2]").arg(comment.line).arg(comment.text));
+    }
+    for (const auto &warning : a.warnings) {
+        lines.append(QStringLiteral("warning %1 %2").arg(warning.line).arg(warning.message));
+    }
+    lines << range("s", a.sRange) << range("f", a.fRange) << range("x", a.xRange) << range("y", a.yRange)
+          << range("z", a.zRange)
+          << QStringLiteral("seconds ") + (a.estimatedSeconds ? number(*a.estimatedSeconds) : QStringLiteral("absent"))
+          << QStringLiteral("cancelled %1").arg(a.cancelled);
+    return lines;
+}
+
 QString difference(const ProgramAnalysis &actual, const ProgramAnalysis &expected)
 {
-    if (actual.lineCount != expected.lineCount) {
-        return QStringLiteral("lineCount %1 vs %2").arg(actual.lineCount).arg(expected.lineCount);
-    }
-    if (actual.programNumber != expected.programNumber) {
-        return QStringLiteral("programNumber %1 vs %2")
-            .arg(describe(actual.programNumber), describe(expected.programNumber));
-    }
-    if (actual.units != expected.units) {
-        return QStringLiteral("units %1 vs %2").arg(actual.units, expected.units);
-    }
-    for (qsizetype i = 0; i < std::max(actual.tools.size(), expected.tools.size()); ++i) {
-        if (i >= actual.tools.size() || i >= expected.tools.size()) {
-            return QStringLiteral("tool count %1 vs %2").arg(actual.tools.size()).arg(expected.tools.size());
+    const QStringList a = dump(actual);
+    const QStringList e = dump(expected);
+    for (qsizetype i = 0; i < std::max(a.size(), e.size()); ++i) {
+        const QString left = i < a.size() ? a[i] : QStringLiteral("(nothing)");
+        const QString right = i < e.size() ? e[i] : QStringLiteral("(nothing)");
+        if (left != right) {
+            return QStringLiteral("analyzer: %1\nreference: %2").arg(left, right);
         }
-        const auto &a = actual.tools[i];
-        const auto &e = expected.tools[i];
-        if (a.line != e.line || a.tool != e.tool || a.comment != e.comment) {
-            return QStringLiteral("tool %1: line %2 \"%3\" %4 vs line %5 \"%6\" %7")
-                .arg(i)
-                .arg(a.line)
-                .arg(a.tool, describe(a.comment))
-                .arg(e.line)
-                .arg(e.tool, describe(e.comment));
-        }
-    }
-    for (qsizetype i = 0; i < std::max(actual.comments.size(), expected.comments.size()); ++i) {
-        if (i >= actual.comments.size() || i >= expected.comments.size()) {
-            return QStringLiteral("comment count %1 vs %2")
-                .arg(actual.comments.size())
-                .arg(expected.comments.size());
-        }
-        const auto &a = actual.comments[i];
-        const auto &e = expected.comments[i];
-        if (a.line != e.line || a.text != e.text) {
-            return QStringLiteral("comment %1: line %2 \"%3\" vs line %4 \"%5\"")
-                .arg(i)
-                .arg(a.line)
-                .arg(a.text)
-                .arg(e.line)
-                .arg(e.text);
-        }
-    }
-    for (qsizetype i = 0; i < std::max(actual.warnings.size(), expected.warnings.size()); ++i) {
-        if (i >= actual.warnings.size() || i >= expected.warnings.size()) {
-            return QStringLiteral("warning count %1 vs %2")
-                .arg(actual.warnings.size())
-                .arg(expected.warnings.size());
-        }
-        const auto &a = actual.warnings[i];
-        const auto &e = expected.warnings[i];
-        if (a.line != e.line || a.message != e.message) {
-            return QStringLiteral("warning %1: line %2 \"%3\" vs line %4 \"%5\"")
-                .arg(i)
-                .arg(a.line)
-                .arg(a.message)
-                .arg(e.line)
-                .arg(e.message);
-        }
-    }
-    const std::pair<const char *, std::optional<ProgramAnalysis::ValueRange> ProgramAnalysis::*> ranges[] = {
-        {"sRange", &ProgramAnalysis::sRange},
-        {"fRange", &ProgramAnalysis::fRange},
-        {"xRange", &ProgramAnalysis::xRange},
-        {"yRange", &ProgramAnalysis::yRange},
-        {"zRange", &ProgramAnalysis::zRange},
-    };
-    for (const auto &[name, member] : ranges) {
-        const auto &a = actual.*member;
-        const auto &e = expected.*member;
-        if (a.has_value() != e.has_value() ||
-            (a && (!sameDouble(a->min, e->min) || !sameDouble(a->max, e->max)))) {
-            return QStringLiteral("%1 %2 vs %3").arg(QLatin1String(name), describe(a), describe(e));
-        }
-    }
-    if (actual.estimatedSeconds.has_value() != expected.estimatedSeconds.has_value() ||
-        (actual.estimatedSeconds && !sameDouble(*actual.estimatedSeconds, *expected.estimatedSeconds))) {
-        return QStringLiteral("estimatedSeconds %1 vs %2")
-            .arg(actual.estimatedSeconds.value_or(-1), 0, 'g', 17)
-            .arg(expected.estimatedSeconds.value_or(-1), 0, 'g', 17);
-    }
-    if (actual.cancelled != expected.cancelled) {
-        return QStringLiteral("cancelled differs");
     }
     return {};
 }

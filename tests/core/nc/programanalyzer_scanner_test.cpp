@@ -178,3 +178,14 @@ TEST(AnalyzerScanner, RandomProgramsOfAwkwardPiecesMatch)
         ASSERT_TRUE(diff.isEmpty()) << diff.toStdString() << "\nprogram: " << program.toStdString();
     }
 }
+
+TEST(AnalyzerScanner, TheYardstickSeesDifferences)
+{
+    // Without this the equality checks above could pass by comparing nothing.
+    const auto a = ProgramAnalyzer::analyze("T1 (A)\nX1", AppLanguage::english);
+    EXPECT_TRUE(ReferenceAnalyzer::difference(a, a).isEmpty());
+    for (const char *other : {"T1 (B)\nX1", "T1 (A)\nX1.0000000000000002", "T01 (A)\nX1", "T1 (A)\nX1\n"}) {
+        EXPECT_FALSE(ReferenceAnalyzer::difference(a, ProgramAnalyzer::analyze(other, AppLanguage::english)).isEmpty())
+            << other;
+    }
+}
