@@ -37,11 +37,12 @@ const KnownCodes &knownCodes()
     return codes;
 }
 
-// Entry ids only need to be unique, not secret: one seed from the system per
-// analysis keeps thousands of warnings from costing a system call each.
+// Entry ids only need to be unique, not secret: one 128-bit seed from the
+// system per analysis keeps thousands of warnings from costing a system call
+// each, and is wide enough that two analyses never share a sequence.
 class IdSource {
 public:
-    IdSource() : m_rng(QRandomGenerator::system()->generate()) {}
+    IdSource() : m_rng(seed().data(), 4) {}
 
     QUuid next()
     {
@@ -56,6 +57,13 @@ public:
     }
 
 private:
+    static std::array<quint32, 4> seed()
+    {
+        std::array<quint32, 4> words;
+        QRandomGenerator::system()->fillRange(words.data(), words.size());
+        return words;
+    }
+
     QRandomGenerator m_rng;
 };
 
