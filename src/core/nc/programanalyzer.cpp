@@ -81,6 +81,7 @@ ProgramAnalysis ProgramAnalyzer::analyze(const QString &text, AppLanguage langua
     using AnalyzerScan::isBlank;
     ProgramAnalysis result;
     const KnownCodes &known = knownCodes();
+    // The inch word belongs to the language itself ("pulg" is what a Spanish shop writes).
     const QString inchWord = language == AppLanguage::spanish ? QStringLiteral("pulg") : QStringLiteral("in");
     IdSource ids;
     const auto warn = [&](int line, QString message) {
