@@ -1195,5 +1195,133 @@
         <source>Option %@ takes no value.</source>
         <translation>La opción %@ no admite valor.</translation>
     </message>
+    <message>
+        <source>%@ needs a whole number, not &quot;%@&quot;.</source>
+        <translation>%@ necesita un número entero, no &quot;%@&quot;.</translation>
+    </message>
+    <message>
+        <source>--axes needs at least one axis letter.</source>
+        <translation>--axes necesita al menos una letra de eje.</translation>
+    </message>
+    <message>
+        <source>--axes takes axis letters such as XYZ, not &quot;%@&quot;.</source>
+        <translation>--axes admite letras de eje como XYZ, no &quot;%@&quot;.</translation>
+    </message>
+    <message>
+        <source>--in-place needs a FILE to write back to.</source>
+        <translation>--in-place necesita un ARCHIVO en el que escribir.</translation>
+    </message>
+    <message>
+        <source>A scaled value would not fit in 64 bits; nothing was changed.</source>
+        <translation>Un valor escalado no cabría en 64 bits; no se ha cambiado nada.</translation>
+    </message>
+    <message>
+        <source>Analyse the program: summary, tools, comments and warnings.</source>
+        <translation>Analiza el programa: resumen, herramientas, comentarios y avisos.</translation>
+    </message>
+    <message>
+        <source>Every command takes --lang en|es and --help. Exit status: 0 done, 1 failed, 2 bad input, 130 cancelled.</source>
+        <translation>Todos los comandos admiten --lang en|es y --help. Código de salida: 0 hecho, 1 fallo, 2 entrada incorrecta, 130 cancelado.</translation>
+    </message>
+    <message>
+        <source>FACTOR must be a decimal number such as 0.9, not &quot;%@&quot;.</source>
+        <translation>FACTOR debe ser un número decimal como 0.9, no &quot;%@&quot;.</translation>
+    </message>
+    <message>
+        <source>Line</source>
+        <translation>Línea</translation>
+    </message>
+    <message>
+        <source>List the serial ports a program can be sent to, USB adapters first.</source>
+        <translation>Lista los puertos serie a los que se puede enviar un programa, primero los adaptadores USB.</translation>
+    </message>
+    <message>
+        <source>List the stored machine profiles with their line settings.</source>
+        <translation>Lista los perfiles de máquina guardados con su configuración de línea.</translation>
+    </message>
+    <message>
+        <source>More than one machine is called &quot;%@&quot;; use its id.</source>
+        <translation>Hay más de una máquina llamada &quot;%@&quot;; use su identificador.</translation>
+    </message>
+    <message>
+        <source>Multiply every F value by FACTOR, e.g. 0.9.</source>
+        <translation>Multiplica cada valor F por FACTOR, p. ej. 0.9.</translation>
+    </message>
+    <message>
+        <source>Multiply every S value by FACTOR, e.g. 1.1.</source>
+        <translation>Multiplica cada valor S por FACTOR, p. ej. 1.1.</translation>
+    </message>
+    <message>
+        <source>No machine &quot;%@&quot;. Known machines: %@.</source>
+        <translation>No existe la máquina &quot;%@&quot;. Máquinas conocidas: %@.</translation>
+    </message>
+    <message>
+        <source>Number the blocks that have no N word; numbered blocks keep theirs.</source>
+        <translation>Numera los bloques sin palabra N; los bloques numerados conservan la suya.</translation>
+    </message>
+    <message>
+        <source>Options: %@</source>
+        <translation>Opciones: %@</translation>
+    </message>
+    <message>
+        <source>Remove every coolant-on code (M8, M08).</source>
+        <translation>Quita todos los códigos de refrigerante activado (M8, M08).</translation>
+    </message>
+    <message>
+        <source>Remove the N word at the start of every block.</source>
+        <translation>Quita la palabra N al inicio de cada bloque.</translation>
+    </message>
+    <message>
+        <source>Remove the listed M codes, e.g. &quot;8, 9&quot;.</source>
+        <translation>Quita los códigos M indicados, p. ej. &quot;8, 9&quot;.</translation>
+    </message>
+    <message>
+        <source>Renumber every block (N words), 10, 20, 30… by default.</source>
+        <translation>Renumera todos los bloques (palabras N), 10, 20, 30… por defecto.</translation>
+    </message>
+    <message>
+        <source>Report the smallest and largest value of each axis.</source>
+        <translation>Informa del valor mínimo y máximo de cada eje.</translation>
+    </message>
+    <message>
+        <source>Send the program to a machine; Ctrl-C cancels.</source>
+        <translation>Envía el programa a una máquina; Ctrl-C cancela.</translation>
+    </message>
+    <message>
+        <source>The block numbers would not fit in 64 bits; choose a smaller start or increment.</source>
+        <translation>Los números de bloque no cabrían en 64 bits; elija un inicio o incremento menor.</translation>
+    </message>
+    <message>
+        <source>Trim every block and collapse runs of blanks to one.</source>
+        <translation>Recorta cada bloque y reduce los espacios repetidos a uno solo.</translation>
+    </message>
+    <message>
+        <source>Unknown command &quot;%@&quot;. See varn --help.</source>
+        <translation>Comando desconocido &quot;%@&quot;. Consulte varn --help.</translation>
+    </message>
+    <message>
+        <source>Usage: %@</source>
+        <translation>Uso: %@</translation>
+    </message>
+    <message>
+        <source>Usage: varn COMMAND [OPTIONS] [FILE]</source>
+        <translation>Uso: varn COMANDO [OPCIONES] [ARCHIVO]</translation>
+    </message>
+    <message>
+        <source>VARN Edit's program tools, analysis and sender for the command line. FILE omitted or &quot;-&quot; reads standard input; results go to standard output.</source>
+        <translation>Herramientas de programa, análisis y envío de VARN Edit para la línea de comandos. Sin ARCHIVO o con &quot;-&quot; se lee la entrada estándar; los resultados van a la salida estándar.</translation>
+    </message>
+    <message>
+        <source>Write the exact bytes the sender would put on the wire.</source>
+        <translation>Escribe los bytes exactos que el emisor enviaría por la línea.</translation>
+    </message>
+    <message>
+        <source>payload needs --terminator CR, CRLF or LF.</source>
+        <translation>payload necesita --terminator CR, CRLF o LF.</translation>
+    </message>
+    <message>
+        <source>send needs --machine ID|NAME and --port PATH.</source>
+        <translation>send necesita --machine ID|NOMBRE y --port RUTA.</translation>
+    </message>
 </context>
 </TS>

@@ -1,0 +1,7 @@
+#pragma once
+
+#include "commandline.h"
+
+// The command tables of `varn`, one per area.
+QList<CommandSpec> textCommands();
+QList<CommandSpec> serialCommands();

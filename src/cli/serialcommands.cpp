@@ -1,0 +1,270 @@
+// Ports, machine profiles and sending as `varn` commands.
+#include "commands.h"
+
+#include "jsonwriter.h"
+#include "machines/machinestore.h"
+#include "transfer/transfercontroller.h"
+#include "transport/serialportscanner.h"
+#include "transport/transporterror.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <csignal>
+#include <unistd.h>
+
+namespace {
+
+const OptionSpec kJson{QStringLiteral("--json"), {}, false};
+
+int ports(CommandContext &ctx)
+{
+    const QList<SerialPort> found = SerialPortScanner::available();
+    QString out;
+    if (ctx.invocation().has(kJson.name)) {
+        JsonWriter json;
+        json.beginArray();
+        for (const SerialPort &port : found) {
+            json.beginObject();
+            json.key("path").string(port.path);
+            json.key("label").string(port.label);
+            json.endObject();
+        }
+        json.endArray();
+        out = json.text() + QLatin1Char('\n');
+    } else {
+        if (found.isEmpty()) {
+            CommandContext::writeErr(ctx.tr("No ports found"));
+        }
+        for (const SerialPort &port : found) {
+            out += port.label.isEmpty() ? port.path : port.path + QStringLiteral("  ") + port.label;
+            out += QLatin1Char('\n');
+        }
+    }
+    CommandContext::writeOut(out.toUtf8());
+    return ExitStatus::ok;
+}
+
+int machines(CommandContext &ctx)
+{
+    MachineStore store;
+    if (ctx.invocation().has(kJson.name)) {
+        CommandContext::writeOut(Machine::encodeList(store.machines()) + '\n');
+        return ExitStatus::ok;
+    }
+    qsizetype idWidth = 0;
+    qsizetype nameWidth = 0;
+    for (const Machine &machine : store.machines()) {
+        idWidth = qMax(idWidth, machine.id.size());
+        nameWidth = qMax(nameWidth, machine.name.size());
+    }
+    QString out;
+    for (const Machine &machine : store.machines()) {
+        out += machine.id.leftJustified(idWidth) + QStringLiteral("  ") + machine.name.leftJustified(nameWidth) +
+               QStringLiteral("  ") + machine.summary(ctx.language()) + QLatin1Char('\n');
+    }
+    CommandContext::writeOut(out.toUtf8());
+    return ExitStatus::ok;
+}
+
+// The profile named on the command line: by id, then by name, then by name in
+// any letter case. Two profiles matching the same way is an ambiguity.
+std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wanted, QString *problem,
+                                   AppLanguage language)
+{
+    const std::function<bool(const Machine &)> tests[] = {
+        [&](const Machine &m) { return m.id == wanted; },
+        [&](const Machine &m) { return m.name == wanted; },
+        [&](const Machine &m) { return m.name.compare(wanted, Qt::CaseInsensitive) == 0; },
+    };
+    for (const auto &test : tests) {
+        QList<Machine> matches;
+        for (const Machine &machine : list) {
+            if (test(machine)) {
+                matches.append(machine);
+            }
+        }
+        if (matches.size() == 1) {
+            return matches.first();
+        }
+        if (matches.size() > 1) {
+            *problem = L10n::format("More than one machine is called \"%@\"; use its id.", language, {wanted});
+            return std::nullopt;
+        }
+    }
+    QStringList ids;
+    for (const Machine &machine : list) {
+        ids.append(machine.id);
+    }
+    *problem = L10n::format("No machine \"%@\". Known machines: %@.", language,
+                            {wanted, ids.join(QStringLiteral(", "))});
+    return std::nullopt;
+}
+
+// Ctrl-C and SIGTERM reach the event loop through a pipe: a signal handler may
+// only write(2), and the loop then cancels the transfer like the Cancel button.
+int g_signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[1], &byte, 1);
+}
+
+// Draws the progress of a transfer on standard error: a redrawn bar on a
+// terminal, a line every tenth of the way when standard error is a file.
+class ProgressPrinter {
+public:
+    explicit ProgressPrinter(AppLanguage language) : m_language(language), m_terminal(::isatty(2) == 1) {}
+
+    void update(const TransferState &state)
+    {
+        if (state.status == TransferState::Status::sending && !m_clock.isValid()) {
+            m_clock.start();
+        }
+        if (state.status != TransferState::Status::sending || state.totalBytes < 1) {
+            return;
+        }
+        const int percent = state.percent();
+        if (m_terminal) {
+            if (m_redraw.isValid() && m_redraw.elapsed() < 100 && percent < 100) {
+                return;
+            }
+            m_redraw.start();
+            const QString line = render(state, percent);
+            CommandContext::writeErrRaw(QStringLiteral("\r") + line.leftJustified(m_width));
+            m_width = qMax(m_width, line.size());
+        } else if (percent / 10 > m_lastDecile) {
+            m_lastDecile = percent / 10;
+            CommandContext::writeErr(render(state, percent));
+        }
+    }
+
+    void finish()
+    {
+        if (m_terminal && m_width > 0) {
+            CommandContext::writeErrRaw(QStringLiteral("\r") + QString(m_width, QLatin1Char(' ')) +
+                                        QStringLiteral("\r"));
+        }
+    }
+
+private:
+    QString render(const TransferState &state, int percent) const
+    {
+        constexpr int barWidth = 24;
+        const int filled = percent * barWidth / 100;
+        QString line = QLatin1Char('[') + QString(filled, QLatin1Char('#')) +
+                       QString(barWidth - filled, QLatin1Char('.')) + QStringLiteral("] ") +
+                       QString::number(percent).rightJustified(3) + QStringLiteral("%  ") +
+                       state.progressLabel(m_language);
+        const double seconds = m_clock.isValid() ? m_clock.elapsed() / 1000.0 : 0;
+        if (seconds > 0.5 && state.bytesSent > 0) {
+            const double rate = state.bytesSent / seconds;
+            line += QStringLiteral("  ") +
+                    L10n::format("%@/s", m_language, {TransferState::formatByteCount(qint64(rate), m_language)});
+            const qint64 left = qint64((state.totalBytes - state.bytesSent) / rate + 0.5);
+            line += QStringLiteral("  ") +
+                    L10n::format("%@ left", m_language,
+                                 {QStringLiteral("%1:%2").arg(left / 60).arg(left % 60, 2, 10, QLatin1Char('0'))});
+        }
+        return line;
+    }
+
+    AppLanguage m_language;
+    bool m_terminal;
+    QElapsedTimer m_clock;
+    QElapsedTimer m_redraw;
+    qsizetype m_width = 0;
+    int m_lastDecile = -1;
+};
+
+int send(CommandContext &ctx)
+{
+    const Invocation &call = ctx.invocation();
+    if (!call.has(QStringLiteral("--machine")) || !call.has(QStringLiteral("--port"))) {
+        return ctx.badInput(ctx.tr("send needs --machine ID|NAME and --port PATH."));
+    }
+    MachineStore store;
+    QString problem;
+    const std::optional<Machine> machine =
+        findMachine(store.machines(), call.value(QStringLiteral("--machine")), &problem, ctx.language());
+    if (!machine) {
+        return ctx.badInput(problem);
+    }
+    const std::optional<QString> text = ctx.readProgram(0);
+    if (!text) {
+        return ExitStatus::badInput;
+    }
+    const QString devicePath = call.value(QStringLiteral("--port"));
+    const QString fileName =
+        ctx.readsStandardInput(0) ? ctx.programName(0) : QFileInfo(call.positionals[0]).fileName();
+
+    if (::pipe(g_signalPipe) != 0) {
+        return ctx.badInput(QString::fromLocal8Bit(std::strerror(errno)));
+    }
+    std::signal(SIGINT, onSignal);
+    std::signal(SIGTERM, onSignal);
+
+    TransferState final;
+    {
+        TransferController controller;
+        controller.setLanguage(ctx.language());
+        ProgressPrinter progress(ctx.language());
+        QSocketNotifier interrupt(g_signalPipe[0], QSocketNotifier::Read);
+        QObject::connect(&interrupt, &QSocketNotifier::activated, &controller, [&] {
+            char byte = 0;
+            [[maybe_unused]] const ssize_t got = ::read(g_signalPipe[0], &byte, 1);
+            controller.cancel();
+        });
+        QObject::connect(&controller, &TransferController::stateChanged, &controller,
+                         [&](const TransferState &state) {
+                             progress.update(state);
+                             if (!state.isActive()) {
+                                 QCoreApplication::quit();
+                             }
+                         });
+        controller.send(*text, fileName, *machine, devicePath);
+        if (controller.state().isActive()) {
+            QCoreApplication::exec();
+        }
+        progress.finish();
+        final = controller.state();
+        // Leaving the scope joins the sender thread, which closes the port.
+    }
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+
+    switch (final.status) {
+    case TransferState::Status::success:
+        CommandContext::writeOut((final.message + QLatin1Char('\n')).toUtf8());
+        return ExitStatus::ok;
+    case TransferState::Status::cancelled:
+        CommandContext::writeOut((final.message + QLatin1Char('\n')).toUtf8());
+        return ExitStatus::cancelled;
+    default:
+        CommandContext::writeErr(QStringLiteral("varn: ") + final.message);
+        const QString hint = TransportError::accessHint(devicePath, ctx.language());
+        if (!hint.isEmpty()) {
+            CommandContext::writeErr(hint);
+        }
+        return ExitStatus::failed;
+    }
+}
+
+} // namespace
+
+QList<CommandSpec> serialCommands()
+{
+    return {
+        {QStringLiteral("ports"), QStringLiteral("varn ports [--json]"),
+         VARN_TR_KEY("List the serial ports a program can be sent to, USB adapters first."), {kJson}, 0, 0, &ports},
+        {QStringLiteral("machines"), QStringLiteral("varn machines [--json]"),
+         VARN_TR_KEY("List the stored machine profiles with their line settings."), {kJson}, 0, 0, &machines},
+        {QStringLiteral("send"), QStringLiteral("varn send --machine ID|NAME --port PATH [FILE] [--lang en|es]"),
+         VARN_TR_KEY("Send the program to a machine; Ctrl-C cancels."),
+         {{QStringLiteral("--machine"), {}, true}, {QStringLiteral("--port"), {}, true}}, 0, 1, &send},
+    };
+}
