@@ -180,15 +180,30 @@ TEST(VarnSend, ProgramReachesTheMachineByteForByteByIdOrName)
     }
 }
 
-TEST(VarnSend, MissingPortFailsWithTheSystemsReason)
+// The reason is the last line on standard error (progress may come before it).
+TEST(VarnSend, FailuresEndWithTheSystemsReasonAndStatusOne)
 {
     VarnHome home;
     home.store(kStored);
-    const VarnRun run = home.run({"send", "--machine", "mill-7", "--port", "/dev/varn-no-such-adapter",
-                                  home.writeProgram("part.nc", "G0 X1\n")});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_TRUE(run.out.isEmpty()) << run.out.constData();
-    EXPECT_EQ(run.err, "varn: Could not open /dev/varn-no-such-adapter: No such file or directory\n");
+    const QString file = home.writeProgram("part.nc", program());
+
+    const VarnRun missing =
+        home.run({"send", "--machine", "mill-7", "--port", "/dev/varn-no-such-adapter", file});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.out.isEmpty()) << missing.out.constData();
+    EXPECT_EQ(missing.err, "varn: Could not open /dev/varn-no-such-adapter: No such file or directory\n");
+
+    PtyPair pty;
+    ::fcntl(pty.masterFd(), F_SETFD, FD_CLOEXEC); // or the child would keep the line up
+    MachineEmulator machine(pty, {.hangUpAtByte = 20000});
+    machine.start();
+    const VarnRun hungUp = home.run({"send", "--machine", "mill-7", "--port", pty.slavePath(), file});
+    EXPECT_TRUE(machine.hungUp());
+    EXPECT_EQ(hungUp.status, 1);
+    EXPECT_TRUE(hungUp.out.isEmpty()) << hungUp.out.constData();
+    const QByteArray last = hungUp.err.trimmed().split('\n').last();
+    EXPECT_TRUE(last == "varn: Send error: Input/output error" || last == "varn: Send error: waiting for the port")
+        << hungUp.err.constData();
 }
 
 TEST(VarnSend, CtrlCWhileTheMachineHoldsTheLineCancels)
