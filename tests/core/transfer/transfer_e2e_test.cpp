@@ -10,6 +10,8 @@
 #include "transport/posixserialtransport.h"
 
 #include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -257,25 +259,32 @@ TEST(TransferEndToEnd, MachineHangingUpMidTransferIsASendError)
     t.expectOneFinal(Status::error);
 }
 
-TEST(TransferEndToEnd, MissingDeviceSaysSoInTheUsersLanguage)
+TEST(TransferEndToEnd, PortThatCannotBeOpenedOrConfiguredSaysWhyAndIsLeftClosed)
 {
-    const QString missing = QStringLiteral("/dev/varn-no-such-adapter");
+    QTemporaryDir dir;
+    const QString notATty = dir.filePath(QStringLiteral("capture.txt"));
+    QFile(notATty).open(QIODevice::WriteOnly);
     struct Case {
+        QString path;
         AppLanguage language;
         QString message;
     };
     const QList<Case> cases = {
-        {AppLanguage::english, "Could not open /dev/varn-no-such-adapter: No such file or directory"},
-        {AppLanguage::spanish, "No se pudo abrir /dev/varn-no-such-adapter: No such file or directory"},
+        {"/dev/varn-no-such-adapter", AppLanguage::english,
+         "Could not open /dev/varn-no-such-adapter: No such file or directory"},
+        {"/dev/varn-no-such-adapter", AppLanguage::spanish,
+         "No se pudo abrir /dev/varn-no-such-adapter: No such file or directory"},
+        {notATty, AppLanguage::english, "Could not configure the port: Inappropriate ioctl for device"},
     };
     for (const Case &c : cases) {
+        SCOPED_TRACE(c.message.toStdString());
         Transfer t;
         t.controller.setLanguage(c.language);
-        t.send(QStringLiteral("G0 X1\nM30\n"), machine(0), missing);
+        t.send(QStringLiteral("G0 X1\nM30\n"), machine(0), c.path);
         ASSERT_TRUE(t.settle());
         EXPECT_EQ(t.controller.state().status, Status::error);
         EXPECT_EQ(t.controller.state().message, c.message);
-        EXPECT_EQ(t.controller.state().endpointName, "varn-no-such-adapter");
         t.expectOneFinal(Status::error);
+        EXPECT_EQ(openDescriptors(c.path), 0);
     }
 }
