@@ -47,8 +47,9 @@ bool sendAll(const QByteArray &payload, MachineEmulator &machine, SerialTranspor
              Clock::time_point *senderDone = nullptr)
 {
     bool finished = false;
-    GCodeSender::send(payload, fadal115200(), transport, AppLanguage::english, {},
-                      [&](const TransferEvent &event) { finished = event.kind == TransferEvent::Kind::finished; });
+    GCodeSender::send(
+        payload, fadal115200(), transport, AppLanguage::english, {},
+        [&](const TransferEvent &event) { finished = event.kind == TransferEvent::Kind::finished; });
     if (senderDone) {
         *senderDone = Clock::now();
     }
@@ -69,8 +70,8 @@ void senderThroughput(benchmark::State &state)
         }
         MachineEmulator machine(pty, {.expected = payload, .lifetime = 60s});
         machine.start();
-        PosixSerialTransport transport(pty.slavePath(), 30s, 120s, PosixSerialTransport::defaultOutputPending(),
-                                       150ms, 50ms, 0ms);
+        PosixSerialTransport transport(pty.slavePath(), 30s, 120s,
+                                       PosixSerialTransport::defaultOutputPending(), 150ms, 50ms, 0ms);
         const Clock::time_point start = Clock::now();
         if (!sendAll(payload, machine, transport)) {
             state.SkipWithError("payload did not arrive intact");
@@ -131,8 +132,8 @@ void senderCancelLatency(benchmark::State &state)
         std::atomic<bool> cancelled{false};
         std::atomic<Clock::rep> endedAt{0};
         std::jthread sender = GCodeSender::start(
-            payload, fadal115200(), std::make_unique<PosixSerialTransport>(pty.slavePath()), AppLanguage::english,
-            [&](const TransferEvent &event) {
+            payload, fadal115200(), std::make_unique<PosixSerialTransport>(pty.slavePath()),
+            AppLanguage::english, [&](const TransferEvent &event) {
                 if (event.isFinal()) {
                     endedAt = Clock::now().time_since_epoch().count();
                     cancelled = event.kind == TransferEvent::Kind::cancelled;

@@ -202,7 +202,8 @@ TEST(VarnSend, FailuresEndWithTheSystemsReasonAndStatusOne)
     EXPECT_EQ(hungUp.status, 1);
     EXPECT_TRUE(hungUp.out.isEmpty()) << hungUp.out.constData();
     const QByteArray last = hungUp.err.trimmed().split('\n').last();
-    EXPECT_TRUE(last == "varn: Send error: Input/output error" || last == "varn: Send error: waiting for the port")
+    EXPECT_TRUE(last == "varn: Send error: Input/output error" ||
+                last == "varn: Send error: waiting for the port")
         << hungUp.err.constData();
 }
 
@@ -216,16 +217,18 @@ TEST(VarnSend, CtrlCWhileTheMachineHoldsTheLineCancels)
     // child, so the only descriptor varn holds on the device is its port.
     ::fcntl(pty.masterFd(), F_SETFD, FD_CLOEXEC);
     ::fcntl(pty.slaveKeeperFd(), F_SETFD, FD_CLOEXEC);
-    MachineEmulator machine(pty, {.expected = GCodeSender::preparePayload(text, Machine::LineTerminator::crlf),
-                                  .holds = {MachineEmulator::Hold{.atByte = 4096}},
-                                  .lifetime = 30s});
+    MachineEmulator machine(pty,
+                            {.expected = GCodeSender::preparePayload(text, Machine::LineTerminator::crlf),
+                             .holds = {MachineEmulator::Hold{.atByte = 4096}},
+                             .lifetime = 30s});
     machine.start();
 
     QProcess process;
     home.start(process, {"send", "--machine", "mill-7", "--port", pty.slavePath(),
                          home.writeProgram("part.nc", text)});
     ASSERT_TRUE(machine.waitUntilHolding(10s));
-    EXPECT_EQ(descriptorsOf(process.processId(), pty.slavePath()), 1) << "varn is not the one holding the port";
+    EXPECT_EQ(descriptorsOf(process.processId(), pty.slavePath()), 1)
+        << "varn is not the one holding the port";
 
     const Clock::time_point interrupted = Clock::now();
     ASSERT_EQ(::kill(pid_t(process.processId()), SIGINT), 0);
@@ -241,8 +244,8 @@ TEST(VarnSend, UnknownMachineIsABadCallOnOneLine)
 {
     VarnHome home;
     home.store(kStored);
-    const VarnRun run =
-        home.run({"send", "--machine", "Mazak", "--port", "/dev/null", home.writeProgram("part.nc", "G0 X1\n")});
+    const VarnRun run = home.run(
+        {"send", "--machine", "Mazak", "--port", "/dev/null", home.writeProgram("part.nc", "G0 X1\n")});
     EXPECT_EQ(run.status, 2);
     EXPECT_TRUE(run.out.isEmpty());
     EXPECT_EQ(run.err, "varn: No machine \"Mazak\". Known machines: mill-7, lathe-2.\n");

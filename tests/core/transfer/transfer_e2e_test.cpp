@@ -35,7 +35,8 @@ int openDescriptors(const QString &devicePath)
     const QByteArray path = devicePath.toLocal8Bit();
     const QByteArray gone = path + " (deleted)";
     int count = 0;
-    const QStringList entries = QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::NoDotAndDotDot);
+    const QStringList entries =
+        QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::NoDotAndDotDot);
     for (const QString &entry : entries) {
         char target[PATH_MAX] = {};
         const QByteArray link = "/proc/self/fd/" + entry.toLatin1();
@@ -51,8 +52,8 @@ int openDescriptors(const QString &devicePath)
 TransferController::TransportFactory shortLimits()
 {
     return [](const QString &path) -> std::unique_ptr<SerialTransport> {
-        return std::make_unique<PosixSerialTransport>(path, kStall, 2s, PosixSerialTransport::defaultOutputPending(),
-                                                      150ms, 50ms, 20ms);
+        return std::make_unique<PosixSerialTransport>(
+            path, kStall, 2s, PosixSerialTransport::defaultOutputPending(), 150ms, 50ms, 20ms);
     };
 }
 
@@ -156,7 +157,8 @@ TEST(TransferEndToEnd, HeldLineIsOnlyAFailureOnceItOutlastsTheStallLimit)
         SCOPED_TRACE(c.name);
         Transfer t;
         const QByteArray expected = payloadFor(program, machine(1));
-        MachineEmulator emulator(t.pty, {.expected = expected, .holds = {Hold{.atByte = 4096, .duration = c.hold}}});
+        MachineEmulator emulator(t.pty,
+                                 {.expected = expected, .holds = {Hold{.atByte = 4096, .duration = c.hold}}});
         emulator.start();
 
         const Clock::time_point start = Clock::now();
@@ -181,8 +183,8 @@ TEST(TransferEndToEnd, DripFeedWaitsPastTheStallLimitUntilCancelled)
 {
     Transfer t;
     const QString program = ProgramGenerator::milling(200 * 1024, 4);
-    MachineEmulator emulator(t.pty, {.expected = payloadFor(program, machine(1, true)),
-                                     .holds = {Hold{.atByte = 2048}}});
+    MachineEmulator emulator(
+        t.pty, {.expected = payloadFor(program, machine(1, true)), .holds = {Hold{.atByte = 2048}}});
     emulator.start();
 
     t.send(program, machine(1, true));
