@@ -75,18 +75,22 @@ void ProgramAnalyzer::Session::warn(int line, QString message)
     m_result.warnings.append({nextId(), line, std::move(message)});
 }
 
+// Asked before each line; only every 512th line asks the task.
+Q_ALWAYS_INLINE bool ProgramAnalyzer::Session::cancelledAt(int index)
+{
+    if (index % kCancelCheckLines == 0 && m_isCancelled && m_isCancelled()) {
+        m_result.cancelled = true;
+        m_stopped = true;
+    }
+    return m_stopped;
+}
+
 // One line from `start`; `limit` is the end of the text the line may run to.
-// Returns where the line ends (its line break, or `limit`), or nullptr when the
-// task was cancelled before the line was read.
+// Returns where the line ends: its line break, or `limit`.
 Q_ALWAYS_INLINE const char16_t *ProgramAnalyzer::Session::readLine(State &s, const char16_t *start,
                                                                   const char16_t *limit)
 {
     using AnalyzerScan::isBlank;
-    if (s.index % kCancelCheckLines == 0 && m_isCancelled && m_isCancelled()) {
-        m_result.cancelled = true;
-        m_stopped = true;
-        return nullptr;
-    }
     const KnownCodes &known = knownCodes();
     const int n = ++s.index;
     const char16_t *first = start;
@@ -219,11 +223,8 @@ const char16_t *ProgramAnalyzer::Session::readLines(const char16_t *begin, const
     // the calls that append entries.
     State state = m_state;
     const char16_t *start = begin;
-    while (start < end) {
+    while (start < end && !cancelledAt(state.index)) {
         const char16_t *lineEnd = readLine(state, start, end);
-        if (!lineEnd) {
-            break;
-        }
         // Every line here ends with its break; "\r\n" is one break.
         Q_ASSERT(lineEnd < end);
         start = lineEnd + ((*lineEnd == u'\r' && lineEnd + 1 < end && lineEnd[1] == u'\n') ? 2 : 1);
@@ -235,10 +236,11 @@ const char16_t *ProgramAnalyzer::Session::readLines(const char16_t *begin, const
 bool ProgramAnalyzer::Session::readFinalLine(QStringView line)
 {
     const auto *begin = reinterpret_cast<const char16_t *>(line.utf16());
-    State state = m_state;
-    const bool read = readLine(state, begin, begin + line.size()) != nullptr;
-    m_state = state;
-    return read;
+    if (cancelledAt(m_state.index)) {
+        return false;
+    }
+    readLine(m_state, begin, begin + line.size());
+    return true;
 }
 
 bool ProgramAnalyzer::Session::feed(QStringView text)

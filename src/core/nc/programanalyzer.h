@@ -64,6 +64,7 @@ public:
         // last line to read (a line break or the end of the text). Returns
         // where it stopped: `end`, or earlier when cancelled.
         const char16_t *readLines(const char16_t *begin, const char16_t *end);
+        bool cancelledAt(int index);
         const char16_t *readLine(State &state, const char16_t *start, const char16_t *limit);
         bool readFinalLine(QStringView line);
         ProgramAnalysis finishWith(QStringView lastLine);
