@@ -96,7 +96,8 @@ std::optional<QStringView> TextFileStream::next()
         return std::nullopt;
     }
     qsizetype begin = 0;
-    if (!m_started) {
+    const bool firstBlock = !m_started;
+    if (firstBlock) {
         m_started = true;
         if (QByteArrayView(m_bytes.constData(), cut).startsWith(QByteArrayView(kByteOrderMark, 3))) {
             m_status.hadByteOrderMark = true;
@@ -106,7 +107,11 @@ std::optional<QStringView> TextFileStream::next()
     const QByteArrayView block(m_bytes.constData() + begin, cut - begin);
     // Stateless: the block ends after a line break or at the end of the file,
     // so a sequence cut short is an error here exactly as it is in TextFile::read.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    // The decoder drops a U+FEFF it finds first, which is right only at the
+    // start of the file: later blocks keep one that starts a line.
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           firstBlock ? QStringDecoder::Flag::Stateless
+                                      : QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     m_text.resize(block.size()); // UTF-8 never takes fewer bytes than UTF-16 units
     const QChar *end = decoder.appendToBuffer(m_text.data(), block);
     if (decoder.hasError()) {
