@@ -60,13 +60,14 @@ public:
             int index = 0; // 0-based number of the next line
         };
 
-        // Reads whole lines from [begin, end), where `end` is the end of the
-        // last line to read (a line break or the end of the text). Returns
-        // where it stopped: `end`, or earlier when cancelled.
+        // Reads the lines of [begin, end), which ends just past a line break.
+        // Returns where it stopped: `end`, or earlier when cancelled.
         const char16_t *readLines(const char16_t *begin, const char16_t *end);
         bool cancelledAt(int index);
         const char16_t *readLine(State &state, const char16_t *start, const char16_t *limit);
+        // Reads one line that holds no line break; false when cancelled.
         bool readFinalLine(QStringView line);
+        // Reads the last line and completes the analysis.
         ProgramAnalysis finishWith(QStringView lastLine);
         QUuid nextId();
         void warn(int line, QString message);
