@@ -49,7 +49,6 @@ std::array<quint32, 4> systemSeed()
 
 } // namespace
 
-
 ProgramAnalyzer::Session::Session(AppLanguage language, std::function<bool()> isCancelled)
     : m_language(language),
       // The inch word belongs to the language itself ("pulg" is what a Spanish shop writes).
@@ -66,8 +65,8 @@ QUuid ProgramAnalyzer::Session::nextId()
     const auto w1 = ushort(words[1] >> 16);
     const auto w2 = ushort((words[1] & 0x0FFF) | 0x4000);
     const auto b = [&](int word, int shift) { return uchar(words[word] >> shift); };
-    return QUuid(words[0], w1, w2, uchar((b(2, 24) & 0x3F) | 0x80), b(2, 16), b(2, 8), b(2, 0), b(3, 24), b(3, 16),
-                 b(3, 8), b(3, 0));
+    return QUuid(words[0], w1, w2, uchar((b(2, 24) & 0x3F) | 0x80), b(2, 16), b(2, 8), b(2, 0), b(3, 24),
+                 b(3, 16), b(3, 8), b(3, 0));
 }
 
 void ProgramAnalyzer::Session::warn(int line, QString message)
@@ -88,7 +87,7 @@ Q_ALWAYS_INLINE bool ProgramAnalyzer::Session::cancelledAt(int index)
 // One line from `start`; `limit` is the end of the text the line may run to.
 // Returns where the line ends: its line break, or `limit`.
 Q_ALWAYS_INLINE const char16_t *ProgramAnalyzer::Session::readLine(State &s, const char16_t *start,
-                                                                  const char16_t *limit)
+                                                                   const char16_t *limit)
 {
     using AnalyzerScan::isBlank;
     const KnownCodes &known = knownCodes();

@@ -78,8 +78,8 @@ public:
         QString m_inchWord;
         std::function<bool()> m_isCancelled;
         QRandomGenerator m_ids;
-        QString m_partialLine;     // the start of a line a piece ended inside
-        bool m_afterCr = false;    // the last piece ended with "\r": a leading "\n" belongs to it
-        bool m_stopped = false;    // cancelled, or finished
+        QString m_partialLine;  // the start of a line a piece ended inside
+        bool m_afterCr = false; // the last piece ended with "\r": a leading "\n" belongs to it
+        bool m_stopped = false; // cancelled, or finished
     };
 };

@@ -27,7 +27,8 @@ qsizetype wholeLinesEnd(const char *data, qsizetype size, qsizetype known)
 
 } // namespace
 
-TextFileStream::TextFileStream(const QString &path, qsizetype blockSize) : m_blockSize(std::max<qsizetype>(blockSize, 1))
+TextFileStream::TextFileStream(const QString &path, qsizetype blockSize)
+    : m_blockSize(std::max<qsizetype>(blockSize, 1))
 {
     if (QFileInfo(path).isDir()) {
         // QFile opens a folder on Linux and then reads nothing; say what it is.
@@ -109,9 +110,9 @@ std::optional<QStringView> TextFileStream::next()
     // so a sequence cut short is an error here exactly as it is in TextFile::read.
     // The decoder drops a U+FEFF it finds first, which is right only at the
     // start of the file: later blocks keep one that starts a line.
-    QStringDecoder decoder(QStringDecoder::Utf8,
-                           firstBlock ? QStringDecoder::Flag::Stateless
-                                      : QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(QStringDecoder::Utf8, firstBlock ? QStringDecoder::Flag::Stateless
+                                                            : QStringDecoder::Flag::Stateless |
+                                                                  QStringDecoder::Flag::ConvertInitialBom);
     m_text.resize(block.size()); // UTF-8 never takes fewer bytes than UTF-16 units
     const QChar *end = decoder.appendToBuffer(m_text.data(), block);
     if (decoder.hasError()) {

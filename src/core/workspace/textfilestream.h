@@ -56,11 +56,11 @@ private:
     std::unique_ptr<QIODevice> m_owned;
     QIODevice *m_device = nullptr;
     qsizetype m_blockSize;
-    QByteArray m_bytes;      // read but not yet handed out: [0, m_filled)
+    QByteArray m_bytes; // read but not yet handed out: [0, m_filled)
     qsizetype m_filled = 0;
-    qint64 m_consumed = 0;   // bytes of the file before m_bytes[0]
-    QString m_text;          // the block handed out last
-    bool m_atEnd = false;    // the device has nothing more
-    bool m_started = false;  // the first block (where a byte order mark may be) is out
+    qint64 m_consumed = 0;  // bytes of the file before m_bytes[0]
+    QString m_text;         // the block handed out last
+    bool m_atEnd = false;   // the device has nothing more
+    bool m_started = false; // the first block (where a byte order mark may be) is out
     TextFile::ReadResult m_status;
 };

