@@ -101,11 +101,19 @@ GCodeEditor::GCodeEditor(QWidget *parent) : QsciScintilla(parent)
     // carry all we need, the position and the size of the change.
     SendScintilla(SCI_SETMODEVENTMASK, SC_MOD_BEFOREINSERT | SC_MOD_BEFOREDELETE);
     connect(this, &QsciScintillaBase::SCN_MODIFIED, this,
-            [this](int position, int type, const char *text, int length, int, int, int, int, int, int) {
-                onModified(position, type, text, length);
+            [this](int position, int type, const char *, int length, int, int, int, int, int, int) {
+                onModified(position, type, length);
             });
     connect(this, &QsciScintillaBase::SCN_DWELLSTART, this, &GCodeEditor::showDwellTip);
     connect(this, &QsciScintillaBase::SCN_DWELLEND, this, [] { QToolTip::hideText(); });
+    // Scrolling by any means (wheel, keys, scroll bar, the caret, our own
+    // calls) ends in an update notification; the scroll bar alone stays quiet
+    // when the view moves itself.
+    connect(this, &QsciScintillaBase::SCN_UPDATEUI, this, [this](int updated) {
+        if (updated & (SC_UPDATE_V_SCROLL | SC_UPDATE_H_SCROLL)) {
+            scheduleVisibleHighlight();
+        }
+    });
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { scheduleVisibleHighlight(); });
 
     setAcceptDrops(true);
@@ -173,6 +181,7 @@ void GCodeEditor::storageDestroyed(ScintillaTextStorage *storage)
     m_document = nullptr;
     m_documentId = QUuid();
     m_pending = {};
+    m_insertion = {};
     loadText(QString(), false);
 }
 
@@ -252,6 +261,7 @@ qsizetype GCodeEditor::toUtf16(qsizetype bytePosition) const
 
 qsizetype GCodeEditor::toBytes(qsizetype utf16Position) const
 {
+    resolveInsertion();
     utf16Position = std::clamp<qsizetype>(utf16Position, 0, m_length16);
     if (utf16Position == m_length16) {
         return SendScintilla(SCI_GETLENGTH);
@@ -278,6 +288,7 @@ void GCodeEditor::loadText(const QString &text, bool restoring)
     m_highlightScheduled = false;
     m_coloured.clear();
     m_pending = {};
+    m_insertion = {};
 
     m_applyingExternalChange = true;
     setBufferText(text);
@@ -452,25 +463,29 @@ void GCodeEditor::applyStyleColours()
 
 // ---- edits ---------------------------------------------------------------------------------------
 
-void GCodeEditor::onModified(int position, int type, const char *text, int length)
+void GCodeEditor::onModified(int position, int type, int length)
 {
     if (m_applyingExternalChange) {
         return;
     }
-    // The buffer is about to change: measure the change in UTF-16 while the
-    // text it applies to is still there.
+    // The buffer is about to change and still holds the text the change
+    // applies to: measure it in UTF-16 now. An insertion before this one is
+    // in the buffer by now and can be counted.
+    resolveInsertion();
     const qsizetype at = toUtf16(position);
     qsizetype removed = 0;
-    qsizetype inserted = 0;
     if (type & SC_MOD_BEFOREINSERT) {
-        inserted = text ? utf16Units(text, length) : 0;
+        // The notification does not carry the text, so the inserted units
+        // are counted once they are in the buffer.
+        m_insertion = {true, position, length};
     } else if (type & SC_MOD_BEFOREDELETE) {
         removed = SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(position),
                                 static_cast<long>(position + length));
     } else {
         return;
     }
-    if (removed == 0 && inserted == 0) {
+    if (length == 0) {
+        m_insertion = {};
         return;
     }
     // Several changes before one report merge into one: what lies before the
@@ -482,7 +497,7 @@ void GCodeEditor::onModified(int position, int type, const char *text, int lengt
         m_pending.prefix = std::min(m_pending.prefix, at);
         m_pending.suffix = std::min(m_pending.suffix, after);
     }
-    m_length16 += inserted - removed;
+    m_length16 -= removed;
     m_textCacheValid = false;
     if (!m_flushQueued) {
         m_flushQueued = true;
@@ -496,11 +511,22 @@ void GCodeEditor::onModified(int position, int type, const char *text, int lengt
     }
 }
 
+void GCodeEditor::resolveInsertion() const
+{
+    if (!m_insertion.active) {
+        return;
+    }
+    const Insertion insertion = std::exchange(m_insertion, {});
+    m_length16 += SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(insertion.position),
+                                static_cast<long>(insertion.position + insertion.length));
+}
+
 void GCodeEditor::flushEdits()
 {
     if (!m_pending.active) {
         return;
     }
+    resolveInsertion();
     const PendingEdit edit = std::exchange(m_pending, {});
     textDidChange();
     if (m_document && m_storage) {

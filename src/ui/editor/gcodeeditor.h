@@ -76,7 +76,11 @@ public:
     // The whole text. Kept until the next change, so repeated navigation
     // over a large program converts it once.
     QString wholeText() const;
-    qsizetype textLength16() const { return m_length16; }
+    qsizetype textLength16() const
+    {
+        resolveInsertion();
+        return m_length16;
+    }
     qsizetype toUtf16(qsizetype bytePosition) const;
     qsizetype toBytes(qsizetype utf16Position) const;
 
@@ -146,7 +150,8 @@ private:
     void saveViewState();
     void restoreViewState(const ViewState *state);
 
-    void onModified(int position, int type, const char *text, int length);
+    void onModified(int position, int type, int length);
+    void resolveInsertion() const;
     void textDidChange();
 
     void scheduleVisibleHighlight();
@@ -166,8 +171,16 @@ private:
     AppLanguage m_language = AppLanguage::english;
     bool m_dark = false;
 
-    qsizetype m_length16 = 0;
+    // An insertion announced but not yet counted (bytes in the buffer).
+    struct Insertion {
+        bool active = false;
+        qsizetype position = 0;
+        qsizetype length = 0;
+    };
+
+    mutable qsizetype m_length16 = 0;
     PendingEdit m_pending;
+    mutable Insertion m_insertion;
     bool m_flushQueued = false;
     bool m_applyingExternalChange = false;
     bool m_restoreOnLoad = false;
