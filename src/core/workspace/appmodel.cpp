@@ -241,7 +241,9 @@ void AppModel::openFile(const QUrl &rawUrl)
 
 void AppModel::finishLoad(const QUuid &id, const LoadResult &result)
 {
-    m_fileLoadTasks.remove(id);
+    if (QFutureWatcher<LoadResult> *watcher = m_fileLoadTasks.take(id)) {
+        watcher->deleteLater();
+    }
     EditorDocument *doc = document(id);
     if (!doc) {
         return; // closed while it was loading
@@ -266,7 +268,11 @@ void AppModel::removeDocument(EditorDocument *doc)
         return;
     }
     m_documents.removeAt(index);
-    m_fileLoadTasks.remove(doc->id());
+    if (QFutureWatcher<LoadResult> *watcher = m_fileLoadTasks.take(doc->id())) {
+        // The read cannot be stopped midway; its result just goes nowhere.
+        watcher->disconnect(this);
+        watcher->deleteLater();
+    }
     m_analysisCache.remove(doc->id());
     m_analysisCacheOrder.removeAll(doc->id());
     disconnect(doc, nullptr, this, nullptr);

@@ -292,7 +292,7 @@ private:
     QHash<QUrl, FileTextCacheEntry> m_fileTextCache;
     QList<QUrl> m_fileCacheOrder;
     qint64 m_fileCacheCost = 0;
-    QHash<QUuid, QFuture<void>> m_fileLoadTasks;
+    QHash<QUuid, QFutureWatcher<LoadResult> *> m_fileLoadTasks;
     QFuture<PrefetchItem> m_prefetchTask;
     std::unique_ptr<QFutureWatcher<PrefetchItem>> m_prefetchWatcher;
     qint64 m_prefetchGeneration = 0;

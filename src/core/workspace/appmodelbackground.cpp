@@ -89,17 +89,24 @@ void AppModel::loadFileInBackground(EditorDocument *doc)
 {
     const QUuid id = doc->id();
     const QString path = doc->url().toLocalFile();
-    QFuture<void> task = QtConcurrent::run([path] {
-                             TextFile::ReadResult read = TextFile::read(path);
-                             LoadResult result;
-                             result.ok = read.ok();
-                             if (result.ok) {
-                                 result.cost = utf8Length(read.text);
-                                 result.text = std::move(read.text);
-                             }
-                             return result;
-                         }).then(this, [this, id](const LoadResult &result) { finishLoad(id, result); });
-    m_fileLoadTasks.insert(id, task);
+    // A watcher, not a continuation: its signal always arrives as an event,
+    // so even a read done in no time lands after openFile has returned.
+    auto *watcher = new QFutureWatcher<LoadResult>(this);
+    connect(watcher, &QFutureWatcher<LoadResult>::finished, this, [this, id, watcher] {
+        const LoadResult result = watcher->result();
+        finishLoad(id, result);
+    });
+    m_fileLoadTasks.insert(id, watcher);
+    watcher->setFuture(QtConcurrent::run([path] {
+        TextFile::ReadResult read = TextFile::read(path);
+        LoadResult result;
+        result.ok = read.ok();
+        if (result.ok) {
+            result.cost = utf8Length(read.text);
+            result.text = std::move(read.text);
+        }
+        return result;
+    }));
 }
 
 // --- Analysis ------------------------------------------------------------------

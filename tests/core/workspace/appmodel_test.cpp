@@ -1,0 +1,324 @@
+// Documents, files, folders, settings, ports and sending, as the window's
+// commands drive them.
+#include "appmodelfixture.h"
+#include "readonlyfolder.h"
+
+#include "transport/serialtransport.h"
+#include "workspace/textfile.h"
+
+#include <QSignalSpy>
+
+namespace {
+
+TEST_F(AppModelTest, ClosingKeepsOneDocumentAndSelectsTheNeighbour)
+{
+    EditorDocument *a = model->newDocument();
+    EditorDocument *b = model->newDocument();
+    EditorDocument *c = model->newDocument();
+    model->setSelectedDocumentId(b->id());
+    model->closeDocument(b);
+    EXPECT_EQ(model->selectedDocumentId(), c->id());
+    model->closeDocument(c);
+    EXPECT_EQ(model->selectedDocumentId(), a->id());
+
+    model->closeDocument(a);
+    ASSERT_EQ(model->documents().size(), 1);
+    EditorDocument *last = model->documents().first();
+    EXPECT_NE(last->id(), a->id());
+    EXPECT_TRUE(last->isUntitled() && last->isEmpty());
+    EXPECT_EQ(model->selectedDocumentId(), last->id());
+}
+
+TEST_F(AppModelTest, OpeningLoadsInTheBackgroundAndAnOpenFileIsOnlySelected)
+{
+    EditorDocument *other = model->newDocument();
+    other->setText(QStringLiteral("typed"));
+    const QUrl url = writeFile(QStringLiteral("a.nc"), "G0 X1\n");
+
+    model->openFile(QUrl::fromLocalFile(dir.path() + QStringLiteral("/./programs/../a.nc")));
+    EditorDocument *doc = model->selectedDocument();
+    ASSERT_NE(doc, other);
+    EXPECT_EQ(doc->url(), url);
+    EXPECT_TRUE(doc->isLoading());
+    ASSERT_TRUE(waitUntil([&] { return !doc->isLoading(); }));
+    EXPECT_EQ(doc->text(), QStringLiteral("G0 X1\n"));
+    EXPECT_FALSE(doc->isDirty());
+    EXPECT_EQ(model->cachedFileText(url), QStringLiteral("G0 X1\n"));
+    EXPECT_EQ(model->fileCacheCost(), 6);
+
+    doc->setText(QStringLiteral("edited"));
+    model->setSelectedDocumentId(other->id());
+    model->openFile(url);
+    EXPECT_EQ(model->selectedDocumentId(), doc->id());
+    EXPECT_EQ(model->documents().size(), 2);
+    EXPECT_EQ(doc->text(), QStringLiteral("edited"));
+
+    model->openFile(QUrl(QStringLiteral("https://example.com/a.nc")));
+    EXPECT_EQ(model->documents().size(), 2);
+}
+
+TEST_F(AppModelTest, AFileTakesThePlaceOfAnUntouchedUntitledTab)
+{
+    EditorDocument *blank = model->newDocument();
+    QPointer<EditorDocument> gone(blank);
+    EditorDocument *doc = openLoaded(writeFile(QStringLiteral("a.nc"), "X1"));
+    EXPECT_EQ(model->documents(), QList<EditorDocument *>{doc});
+    EXPECT_TRUE(waitUntil([&] { return gone.isNull(); }));
+
+    // One that was typed into (even back to empty) stays.
+    EditorDocument *typed = model->newDocument();
+    typed->setText(QStringLiteral("x"));
+    typed->setText(QString());
+    openLoaded(writeFile(QStringLiteral("b.nc"), "X2"));
+    EXPECT_EQ(model->documents().size(), 3);
+}
+
+TEST_F(AppModelTest, ACachedFileOpensAtOnce)
+{
+    const QUrl url = QUrl::fromLocalFile(path(QStringLiteral("cached.nc")));
+    model->storeFileEntry(url, {QStringLiteral("G1 X2"), 5});
+    model->storeFileEntry(QUrl::fromLocalFile(path(QStringLiteral("other.nc"))), {QStringLiteral("x"), 1});
+    model->openFile(url);
+    EditorDocument *doc = model->selectedDocument();
+    EXPECT_FALSE(doc->isLoading());
+    EXPECT_EQ(doc->text(), QStringLiteral("G1 X2"));
+    EXPECT_EQ(doc->savedText(), QStringLiteral("G1 X2"));
+    EXPECT_EQ(doc->revision(), 0);
+    EXPECT_EQ(model->fileCacheOrder().last(), url);
+}
+
+TEST_F(AppModelTest, AnUnreadableFileIsRefusedWithNoHalfDocument)
+{
+    struct Case {
+        const char *name;
+        QByteArray bytes;
+        bool create;
+    };
+    const Case cases[] = {{"latin1.nc", QByteArray("G0 X1 (\xd1" "ANDU)\n"), true}, {"missing.nc", {}, false}};
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        model = makeModel();
+        const QUrl url = c.create ? writeFile(QString::fromLatin1(c.name), c.bytes)
+                                  : QUrl::fromLocalFile(path(QString::fromLatin1(c.name)));
+        model->setLanguage(AppLanguage::spanish);
+        openLoaded(url);
+        ASSERT_TRUE(model->alert());
+        EXPECT_EQ(model->alert()->title, L10n::text("Unable to Open", AppLanguage::spanish));
+        EXPECT_EQ(model->alert()->message,
+                  L10n::format("Unable to read %@.", AppLanguage::spanish, {QString::fromLatin1(c.name)}));
+        ASSERT_EQ(model->documents().size(), 1);
+        EXPECT_TRUE(model->documents().first()->isUntitled());
+        EXPECT_EQ(model->selectedDocument(), model->documents().first());
+        EXPECT_FALSE(model->cachedFileText(url));
+    }
+}
+
+TEST_F(AppModelTest, SaveAsksWhereForAnUntitledProgramAndCancelChangesNothing)
+{
+    const QString folder = path(QStringLiteral("programs"));
+    dialogs.folderAnswers = {{QUrl::fromLocalFile(folder)}};
+    model->addFolders();
+    EditorDocument *doc = model->newDocument();
+    doc->setText(QStringLiteral("G0 X1"));
+
+    model->saveSelected(); // cancelled
+    ASSERT_EQ(dialogs.savePanels.size(), 1);
+    EXPECT_EQ(dialogs.savePanels[0].text, QStringLiteral("program.nc"));
+    EXPECT_EQ(dialogs.savePanels[0].startFolder, QUrl::fromLocalFile(folder));
+    EXPECT_TRUE(doc->isUntitled());
+    EXPECT_TRUE(doc->isDirty());
+
+    model->storeFileEntry(QUrl::fromLocalFile(path(QStringLiteral("x.nc"))), {QStringLiteral("x"), 1});
+    const QUrl target = QUrl::fromLocalFile(folder + QStringLiteral("/part.nc"));
+    dialogs.saveAnswers = {target};
+    model->saveSelected();
+    EXPECT_EQ(doc->url(), target);
+    EXPECT_FALSE(doc->isDirty());
+    EXPECT_EQ(TextFile::read(target.toLocalFile()).text, QStringLiteral("G0 X1"));
+    EXPECT_EQ(model->fileCacheCost(), 0) << "a save invalidates what was read ahead";
+    EXPECT_FALSE(model->alert());
+
+    // Save As on a file starts beside it, with its name.
+    model->saveAs(doc);
+    EXPECT_EQ(dialogs.savePanels.last().text, QStringLiteral("part.nc"));
+    EXPECT_EQ(dialogs.savePanels.last().startFolder, QUrl::fromLocalFile(folder));
+
+    // Save on a file writes without asking.
+    doc->setText(QStringLiteral("G0 X2"));
+    model->saveSelected();
+    EXPECT_EQ(dialogs.savePanels.size(), 3);
+    EXPECT_EQ(TextFile::read(target.toLocalFile()).text, QStringLiteral("G0 X2"));
+}
+
+TEST_F(AppModelTest, AFailedSaveAlertsAndLeavesFileAndDocumentAsTheyWere)
+{
+    const QString folder = path(QStringLiteral("programs"));
+    const QUrl url = writeFile(QStringLiteral("programs/a.nc"), "old");
+    EditorDocument *doc = openLoaded(url);
+    doc->setText(QStringLiteral("new"));
+    ReadOnlyFolder readOnly(folder);
+    if (readOnly.writable()) {
+        GTEST_SKIP() << "cannot make a read-only folder here";
+    }
+    EXPECT_FALSE(model->write(doc, url));
+    ASSERT_TRUE(model->alert());
+    EXPECT_EQ(model->alert()->title, QStringLiteral("Unable to Save"));
+    EXPECT_FALSE(model->alert()->message.isEmpty());
+    EXPECT_TRUE(doc->isDirty());
+    EXPECT_EQ(doc->savedText(), QStringLiteral("old"));
+    EXPECT_EQ(TextFile::read(url.toLocalFile()).text, QStringLiteral("old"));
+}
+
+TEST_F(AppModelTest, BackupsAreOpenedAsProgramsAndRevealed)
+{
+    model->newDocument()->setText(QStringLiteral("G1"));
+    model->newDocument(); // empty: never backed up
+    const QStringList written = model->autosave();
+    ASSERT_EQ(written.size(), 1);
+    EXPECT_TRUE(written[0].endsWith(QStringLiteral("/Backups/Untitled_20250303-140509.nc.bak")));
+
+    dialogs.fileAnswers = {{QUrl::fromLocalFile(written[0])}};
+    model->openBackup();
+    ASSERT_EQ(dialogs.filePanels.size(), 1);
+    EXPECT_EQ(dialogs.filePanels[0].text, QStringLiteral("Choose a backup (.bak) to open"));
+    EXPECT_EQ(dialogs.filePanels[0].startFolder, QUrl::fromLocalFile(path(QStringLiteral("Backups"))));
+    EditorDocument *restored = model->selectedDocument();
+    EXPECT_EQ(restored->url(), QUrl::fromLocalFile(written[0]));
+    ASSERT_TRUE(waitUntil([&] { return !restored->isLoading(); }));
+    EXPECT_EQ(restored->text(), QStringLiteral("G1"));
+
+    model->showBackupsFolder();
+    EXPECT_EQ(dialogs.revealed, QList<QUrl>{QUrl::fromLocalFile(path(QStringLiteral("Backups")))});
+}
+
+TEST_F(AppModelTest, FoldersAreAddedOnceRememberedAndDroppedWhenGone)
+{
+    const QUrl a = QUrl::fromLocalFile(path(QStringLiteral("programs")));
+    QDir(dir.path()).mkpath(QStringLiteral("more"));
+    const QUrl b = QUrl::fromLocalFile(path(QStringLiteral("more")));
+    dialogs.folderAnswers = {{a, b}, {b}};
+    model->addFolders();
+    model->addFolders();
+    EXPECT_EQ(dialogs.folderPanels[0].text, QStringLiteral("Choose folders to show in Explorer"));
+    EXPECT_EQ(model->folderUrls(), (QList<QUrl>{a, b}));
+    ASSERT_EQ(model->fileTreeRoots().size(), 2);
+    EXPECT_EQ(model->fileTreeRoots()[1]->url(), b);
+    EXPECT_EQ(stored(QStringLiteral("varn.folders")).toStringList(), (QStringList{a.toLocalFile(), b.toLocalFile()}));
+
+    model->removeFolder(a);
+    EXPECT_EQ(stored(QStringLiteral("varn.folders")).toStringList(), QStringList{b.toLocalFile()});
+
+    QDir(b.toLocalFile()).removeRecursively();
+    auto fresh = makeModel();
+    fresh->loadFolders();
+    EXPECT_TRUE(fresh->folderUrls().isEmpty());
+}
+
+TEST_F(AppModelTest, SettingsAreStoredUnderTheirKeysWhenTheyChange)
+{
+    QSignalSpy applied(model.get(), &AppModel::appearanceApplied);
+    model->setAppearance(AppearanceMode::dark);
+    EXPECT_EQ(stored(QStringLiteral("varn.appearance")).toString(), QStringLiteral("dark"));
+    ASSERT_EQ(applied.size(), 1);
+    EXPECT_EQ(applied[0][0].value<AppearanceMode>(), AppearanceMode::dark);
+
+    qputenv("VARN_SHOT", "/tmp/shot.png");
+    model->setAppearance(AppearanceMode::light);
+    qunsetenv("VARN_SHOT");
+    EXPECT_EQ(applied.size(), 1) << "a capture's forced appearance stays";
+    EXPECT_EQ(stored(QStringLiteral("varn.appearance")).toString(), QStringLiteral("light"));
+
+    model->setLanguage(AppLanguage::spanish);
+    EXPECT_EQ(stored(QStringLiteral("varn.language")).toString(), QStringLiteral("es"));
+    EXPECT_EQ(model->transfer().language(), AppLanguage::spanish);
+    EXPECT_EQ(makeModel()->language(), AppLanguage::spanish);
+
+    const struct {
+        double request;
+        double expected;
+    } sizes[] = {{28, 28}, {29, 28}, {9, 9}, {8, 9}, {14.5, 14.5}};
+    for (const auto &s : sizes) {
+        model->setFontSize(s.request);
+        EXPECT_EQ(model->editorFontSize(), s.expected) << s.request;
+        EXPECT_EQ(stored(QStringLiteral("varn.fontSize")).toDouble(), s.expected);
+    }
+    QSignalSpy font(model.get(), &AppModel::editorFontSizeChanged);
+    model->setFontSize(14.5);
+    EXPECT_EQ(font.size(), 0);
+}
+
+TEST_F(AppModelTest, RefreshingPortsKeepsAChoiceThatIsStillThere)
+{
+    ports = {{QStringLiteral("/dev/ttyUSB0"), {}}, {QStringLiteral("/dev/ttyUSB1"), {}}};
+    model->refreshPorts();
+    EXPECT_EQ(model->selectedPortPath(), QStringLiteral("/dev/ttyUSB0"));
+    model->setSelectedPortPath(QStringLiteral("/dev/ttyUSB1"));
+    ports.removeFirst();
+    model->refreshPorts();
+    EXPECT_EQ(model->selectedPortPath(), QStringLiteral("/dev/ttyUSB1"));
+    ports = {{QStringLiteral("/dev/ttyACM0"), {}}};
+    model->refreshPorts();
+    EXPECT_EQ(model->selectedPortPath(), QStringLiteral("/dev/ttyACM0"));
+    ports.clear();
+    model->refreshPorts();
+    EXPECT_FALSE(model->selectedPortPath());
+    EXPECT_TRUE(model->ports().isEmpty());
+}
+
+// Takes the bytes as a machine would, with nothing in the way.
+class RecordingTransport : public SerialTransport {
+public:
+    explicit RecordingTransport(QByteArray *sink) : m_sink(sink) {}
+    std::optional<TransportError> open(const SerialLineSettings &) override { return std::nullopt; }
+    std::optional<TransportError> write(const QByteArray &bytes) override
+    {
+        *m_sink += bytes;
+        return std::nullopt;
+    }
+    std::optional<TransportError> drain(bool) override { return std::nullopt; }
+    void close() override {}
+    void interrupt() override {}
+
+private:
+    QByteArray *m_sink;
+};
+
+TEST_F(AppModelTest, SendingNeedsAMachineAndAPort)
+{
+    QByteArray wire;
+    AppModel::Options options;
+    options.settingsFile = path(QStringLiteral("settings.ini"));
+    options.machineStoreFile = path(QStringLiteral("machines.json"));
+    options.listPorts = [] { return QList<SerialPort>{{QStringLiteral("/dev/ttyUSB0"), {}}}; };
+    options.transportFactory = [&wire](const QString &) { return std::make_unique<RecordingTransport>(&wire); };
+    AppModel sender(std::move(options));
+    EditorDocument *doc = sender.newDocument();
+    doc->setText(QStringLiteral("G0 X1\nM30"));
+
+    sender.send();
+    ASSERT_TRUE(sender.alert());
+    EXPECT_EQ(sender.alert()->title, QStringLiteral("No Machine"));
+    EXPECT_EQ(sender.alert()->message, QStringLiteral("Add or select a machine in the panel below."));
+
+    sender.setSelectedMachineId(QStringLiteral("no-such-id"));
+    sender.clearAlert();
+    sender.send();
+    ASSERT_TRUE(sender.alert());
+    EXPECT_EQ(sender.alert()->title, QStringLiteral("No Machine"));
+
+    const Machine fanuc = sender.machineStore().machines().first();
+    sender.setSelectedMachineId(fanuc.id);
+    sender.send();
+    EXPECT_EQ(sender.alert()->title, QStringLiteral("No Serial Port"));
+    EXPECT_EQ(sender.alert()->message, QStringLiteral("Connect a USB-to-serial adapter and click Refresh Ports."));
+
+    sender.clearAlert();
+    sender.refreshPorts();
+    sender.send();
+    EXPECT_FALSE(sender.alert());
+    ASSERT_TRUE(waitUntil([&] { return sender.transfer().state().status == TransferState::Status::success; }));
+    EXPECT_EQ(sender.transfer().state().fileName, QStringLiteral("Untitled"));
+    EXPECT_EQ(wire, "G0 X1\rM30\r");
+}
+
+} // namespace
