@@ -499,15 +499,12 @@ void AppModel::setSelectedPortPath(std::optional<QString> path)
 void AppModel::refreshPorts()
 {
     const QList<SerialPort> found = m_listPorts();
-    if (found != m_ports || [&] {
-            // SerialPort compares by path only; a changed label is news too.
-            for (qsizetype i = 0; i < found.size(); ++i) {
-                if (found[i].label != m_ports[i].label) {
-                    return true;
-                }
-            }
-            return false;
-        }()) {
+    // SerialPort compares by path only; a changed label is news to the views too.
+    const bool same = found.size() == m_ports.size() &&
+                      std::equal(found.cbegin(), found.cend(), m_ports.cbegin(), [](const SerialPort &a, const SerialPort &b) {
+                          return a.path == b.path && a.label == b.label;
+                      });
+    if (!same) {
         m_ports = found;
         emit portsChanged();
     }

@@ -154,8 +154,11 @@ void AppModel::analysisFinished()
         return;
     }
     if (doc->revision() != m_analysisRevision) {
-        // Edited while we read it: what the user asked for is the current text.
-        refreshAnalysis();
+        // Edited while we read it: what the user asked for is the current
+        // text. While the typing goes on, the pending delayed refresh asks.
+        if (!m_analysisDelay.isActive()) {
+            refreshAnalysis();
+        }
         return;
     }
     const ProgramAnalysis value = finished.result();

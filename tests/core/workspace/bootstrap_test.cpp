@@ -7,32 +7,20 @@
 
 namespace {
 
-// Sets environment variables for one test and puts them back afterwards.
-class ScopedEnvironment {
-public:
+// Sets environment variables for one test; none of them is set outside.
+struct ScopedEnvironment {
+    QList<const char *> names;
     void set(const char *name, const QByteArray &value)
     {
-        m_saved.append({name, qgetenv(name), qEnvironmentVariableIsSet(name)});
+        names.append(name);
         qputenv(name, value);
     }
     ~ScopedEnvironment()
     {
-        for (auto it = m_saved.crbegin(); it != m_saved.crend(); ++it) {
-            if (it->wasSet) {
-                qputenv(it->name, it->value);
-            } else {
-                qunsetenv(it->name);
-            }
+        for (const char *name : names) {
+            qunsetenv(name);
         }
     }
-
-private:
-    struct Saved {
-        const char *name;
-        QByteArray value;
-        bool wasSet;
-    };
-    QList<Saved> m_saved;
 };
 
 class BootstrapTest : public AppModelTest {
