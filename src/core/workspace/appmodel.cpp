@@ -19,9 +19,11 @@ const QString kLanguageKey = QStringLiteral("varn.language");
 const QString kFontSizeKey = QStringLiteral("varn.fontSize");
 const QString kFoldersKey = QStringLiteral("varn.folders");
 
+// Absolute, with "." and ".." resolved, so one file has one URL however it
+// was named (a relative VARN_OPEN, a path with "..", the open panel's answer).
 QUrl standardized(const QUrl &url)
 {
-    return QUrl::fromLocalFile(QDir::cleanPath(url.toLocalFile()));
+    return QUrl::fromLocalFile(QDir::cleanPath(QFileInfo(url.toLocalFile()).absoluteFilePath()));
 }
 
 std::unique_ptr<QSettings> openSettings(const QString &file)
@@ -132,7 +134,7 @@ void AppModel::bootstrap()
         QList<QUrl> folders;
         const QStringList pieces = qEnvironmentVariable("VARN_FOLDER").split(QLatin1Char(':'), Qt::SkipEmptyParts);
         for (const QString &piece : pieces) {
-            folders.append(QUrl::fromLocalFile(piece));
+            folders.append(standardized(QUrl::fromLocalFile(piece)));
         }
         setFolderUrls(folders);
         rebuildRoots();

@@ -207,11 +207,6 @@ TEST_F(AppModelTest, SettingsAreStoredUnderTheirKeysWhenTheyChange)
     ASSERT_EQ(applied.size(), 1);
     EXPECT_EQ(applied[0][0].value<AppearanceMode>(), AppearanceMode::dark);
 
-    qputenv("VARN_SHOT", "/tmp/shot.png");
-    model->setAppearance(AppearanceMode::light);
-    qunsetenv("VARN_SHOT");
-    EXPECT_EQ(applied.size(), 1) << "a capture's forced appearance stays";
-    EXPECT_EQ(stored(QStringLiteral("varn.appearance")).toString(), QStringLiteral("light"));
 
     model->setLanguage(AppLanguage::spanish);
     EXPECT_EQ(stored(QStringLiteral("varn.language")).toString(), QStringLiteral("es"));
