@@ -45,10 +45,17 @@ bool SingleInstance::handOver(const QList<QUrl> &files, int timeoutMs)
 
 bool SingleInstance::listen()
 {
+    // With access options Qt binds beside the name and renames over it, which
+    // would silently take the socket of a run that started since handOver
+    // found nobody. Only a socket nobody answers on (left by a crash) is taken.
+    QLocalSocket probe;
+    probe.connectToServer(m_socketName);
+    if (probe.waitForConnected(200)) {
+        return false;
+    }
     m_server = new QLocalServer(this);
     m_server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!m_server->listen(m_socketName)) {
-        // Left behind by a run that crashed: nobody answered handOver, so it is ours.
         QLocalServer::removeServer(m_socketName);
         if (!m_server->listen(m_socketName)) {
             return false;
@@ -56,17 +63,15 @@ bool SingleInstance::listen()
     }
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *socket = m_server->nextPendingConnection()) {
-            auto *received = new QByteArray;
-            connect(socket, &QLocalSocket::readyRead, socket, [socket, received] { *received += socket->readAll(); });
-            connect(socket, &QLocalSocket::disconnected, this, [this, socket, received] {
-                *received += socket->readAll();
+            // The socket keeps what arrives until it is read; the sender's
+            // closing says the list is complete.
+            connect(socket, &QLocalSocket::disconnected, this, [this, socket] {
                 QList<QUrl> files;
-                for (const QByteArray &line : received->split('\n')) {
+                for (const QByteArray &line : socket->readAll().split('\n')) {
                     if (!line.isEmpty()) {
                         files.append(QUrl::fromLocalFile(QString::fromUtf8(line)));
                     }
                 }
-                delete received;
                 socket->deleteLater();
                 emit filesReceived(files);
             });

@@ -29,8 +29,9 @@ public:
     // Hands `files` to a running instance. True when one took them (this run
     // should then end); false when none runs.
     bool handOver(const QList<QUrl> &files, int timeoutMs = 2000);
-    // Becomes the running instance. False when the socket cannot be made;
-    // the program then simply runs without receiving files.
+    // Becomes the running instance. False when the socket cannot be made or
+    // another run got there first; the program then simply runs without
+    // receiving files.
     bool listen();
 
 signals:

@@ -81,6 +81,8 @@ TEST(SingleInstance, ASocketLeftByACrashedRunIsTakenOver)
     SingleInstance next(name);
     EXPECT_FALSE(next.handOver({}, 200));
     EXPECT_TRUE(next.listen());
+    SingleInstance late(name);
+    EXPECT_FALSE(late.listen()) << "a live instance's socket is never taken";
 }
 
 } // namespace
