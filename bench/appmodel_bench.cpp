@@ -44,18 +44,10 @@ struct Workspace {
     }
 };
 
-template <typename Condition>
-void pumpUntil(Condition done)
-{
-    QDeadlineTimer deadline(60'000);
-    while (!done() && !deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-}
-
 // openFile returns at once; the read and UTF-8 check run in the background.
-// Reported: the main thread's share (openFile_ms) and the time until the text
-// has arrived in the document (load_ms).
+// Reported: the main thread's share (openFile_ms, and handOver_ms for the
+// event that puts the text into the document) and the time until the text has
+// arrived (load_ms).
 void BM_OpenFile100MB(benchmark::State &state)
 {
     ensureApplication();
@@ -68,6 +60,8 @@ void BM_OpenFile100MB(benchmark::State &state)
     }
     double openMs = 0;
     double loadMs = 0;
+    double handOverMs = 0;
+    double fastestOpenMs = 1e9;
     for (auto _ : state) {
         auto model = workspace.model();
         QElapsedTimer clock;
@@ -75,11 +69,23 @@ void BM_OpenFile100MB(benchmark::State &state)
         model->openFile(QUrl::fromLocalFile(path));
         const qint64 openNs = clock.nsecsElapsed();
         EditorDocument *doc = model->selectedDocument();
-        pumpUntil([&] { return !doc->isLoading(); });
+        // The event that hands the text over is the other main-thread cost.
+        qint64 handOverNs = 0;
+        QDeadlineTimer deadline(60'000);
+        while (doc->isLoading() && !deadline.hasExpired()) {
+            QElapsedTimer pass;
+            pass.start();
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            if (!doc->isLoading()) {
+                handOverNs = pass.nsecsElapsed();
+            }
+        }
         const qint64 loadNs = clock.nsecsElapsed();
         state.SetIterationTime(double(openNs) / 1e9);
         openMs += double(openNs) / 1e6;
+        fastestOpenMs = std::min(fastestOpenMs, double(openNs) / 1e6);
         loadMs += double(loadNs) / 1e6;
+        handOverMs += double(handOverNs) / 1e6;
         if (doc->textLength() != program100MB().size()) {
             state.SkipWithError("the program did not load");
             break;
@@ -87,8 +93,12 @@ void BM_OpenFile100MB(benchmark::State &state)
     }
     state.counters["openFile_ms"] = benchmark::Counter(openMs, benchmark::Counter::kAvgIterations);
     state.counters["load_ms"] = benchmark::Counter(loadMs, benchmark::Counter::kAvgIterations);
+    // Waking a pool thread on a busy machine may hand it the CPU at once; the
+    // fastest run shows the model's own share.
+    state.counters["openFileFastest_ms"] = fastestOpenMs;
+    state.counters["handOver_ms"] = benchmark::Counter(handOverMs, benchmark::Counter::kAvgIterations);
 }
-BENCHMARK(BM_OpenFile100MB)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(BM_OpenFile100MB)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(6);
 
 // One keystroke in the selected 100 MB program with the analysis panel open:
 // the document's edit, the model's response to it, and the dirty check a tab
