@@ -201,7 +201,8 @@ public:
     void clearFileCache();
     void startExplorerPrefetch();
     qint64 prefetchGeneration() const { return m_prefetchGeneration; }
-    bool isPrefetching() const { return m_prefetchTask.isRunning(); }
+    // Until the last result read ahead has reached the cache.
+    bool isPrefetching() const { return m_prefetchWatcher && !m_prefetchWatcher->isFinished(); }
     bool isLoadingAnyFile() const { return !m_fileLoadTasks.isEmpty(); }
 
 signals:
