@@ -1323,5 +1323,9 @@
         <source>send needs --machine ID|NAME and --port PATH.</source>
         <translation>send necesita --machine ID|NOMBRE y --port RUTA.</translation>
     </message>
+    <message>
+        <source>Choose folders to show in Explorer</source>
+        <translation>Elija las carpetas que se mostrarán en el Explorador</translation>
+    </message>
 </context>
 </TS>

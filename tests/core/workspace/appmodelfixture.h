@@ -1,0 +1,84 @@
+#pragma once
+
+// A model wired to a private folder: its own settings file, machine store and
+// backups, a fixed clock, a port list the test controls and the scripted dialogs.
+#include "fakedialogs.h"
+
+#include "workspace/appmodel.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+// Runs the event loop until `done` holds or `ms` pass; says which.
+template <typename Condition>
+bool waitUntil(Condition done, int ms = 5000)
+{
+    QDeadlineTimer deadline(ms);
+    while (!done()) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    return true;
+}
+
+class AppModelTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        QDir(dir.path()).mkpath(QStringLiteral("programs"));
+        model = makeModel();
+    }
+
+    std::unique_ptr<AppModel> makeModel()
+    {
+        AppModel::Options options;
+        options.settingsFile = path(QStringLiteral("settings.ini"));
+        options.machineStoreFile = path(QStringLiteral("machines.json"));
+        options.backupFolder = path(QStringLiteral("Backups"));
+        options.clock = [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); };
+        options.listPorts = [this] { return ports; };
+        options.dialogs = &dialogs;
+        return std::make_unique<AppModel>(std::move(options));
+    }
+
+    QString path(const QString &name) const { return dir.path() + QLatin1Char('/') + name; }
+
+    QUrl writeFile(const QString &name, const QByteArray &bytes) const
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return QUrl::fromLocalFile(path(name));
+    }
+
+    // Opens a file and waits until its text has arrived.
+    EditorDocument *openLoaded(const QUrl &url)
+    {
+        model->openFile(url);
+        EditorDocument *doc = model->selectedDocument();
+        EXPECT_TRUE(waitUntil([&] { return !model->isLoadingAnyFile(); }));
+        return doc;
+    }
+
+    QVariant stored(const QString &key) const
+    {
+        return QSettings(path(QStringLiteral("settings.ini")), QSettings::IniFormat).value(key);
+    }
+
+    QTemporaryDir dir;
+    FakeDialogs dialogs;
+    QList<SerialPort> ports;
+    std::unique_ptr<AppModel> model;
+};
