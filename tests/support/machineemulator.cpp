@@ -80,12 +80,6 @@ void MachineEmulator::releaseHold()
     m_releaseRequested = true;
 }
 
-qint64 MachineEmulator::received() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_received;
-}
-
 qint64 MachineEmulator::firstMismatch() const
 {
     std::lock_guard guard(m_mutex);
@@ -110,12 +104,6 @@ bool MachineEmulator::hungUp() const
     return m_hungUp;
 }
 
-bool MachineEmulator::finished() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_finished;
-}
-
 bool MachineEmulator::receivedExactly() const
 {
     std::lock_guard guard(m_mutex);
@@ -125,7 +113,7 @@ bool MachineEmulator::receivedExactly() const
 bool MachineEmulator::heldQuiet() const
 {
     std::lock_guard guard(m_mutex);
-    return m_worstHold <= m_options.slackBytes;
+    return m_worstHold == 0;
 }
 
 // Called with m_mutex held.
@@ -181,9 +169,7 @@ void MachineEmulator::run()
 
             if (!m_holding && nextHold < m_options.holds.size()) {
                 const Hold &hold = m_options.holds.at(nextHold);
-                const bool due = hold.atByte >= 0
-                                     ? received >= hold.atByte
-                                     : (hold.atTime >= Millis(0) && now - started >= hold.atTime);
+                const bool due = received >= hold.atByte;
                 if (due && sendControl(fd, kXoff)) {
                     m_holding = true;
                     m_graceOver = false;

@@ -22,18 +22,15 @@ class PtyPair;
 // handed the pty is still in flight (a Linux pty buffers 20-31 KB). The emulator
 // reads that off at full speed until the line has been quiet for `graceQuiet`,
 // or for at most `graceMax`; from then until the XON every byte that arrives
-// counts in bytesWhileHeld(). A sender that honours XOFF gives 0 there; the
-// default slack is therefore 0 bytes.
+// counts in bytesWhileHeld(). A sender that honours XOFF gives 0 there.
 class MachineEmulator {
 public:
     using Millis = std::chrono::milliseconds;
     static constexpr Millis untilReleased = Millis::max();
 
-    // One XOFF ... XON episode. Triggered by a byte count or a time, whichever
-    // is set (atByte wins when both are).
+    // One XOFF ... XON episode.
     struct Hold {
-        qint64 atByte = -1;              // XOFF once this many bytes have arrived
-        Millis atTime{-1};               // or this long after start()
+        qint64 atByte = 0;               // XOFF once this many bytes have arrived
         Millis duration = untilReleased; // XON this long after the XOFF; untilReleased: until releaseHold()
     };
 
@@ -45,7 +42,6 @@ public:
         Millis lifetime{15000};    // the emulator stops on its own after this
         Millis graceQuiet{25};
         Millis graceMax{250};
-        qint64 slackBytes = 0; // bytes tolerated while holding, see heldQuiet()
     };
 
     MachineEmulator(PtyPair &pty, Options options);
@@ -65,16 +61,14 @@ public:
     // Sends the XON of the current hold now (the way to end a `untilReleased` hold).
     void releaseHold();
 
-    qint64 received() const;
     qint64 firstMismatch() const; // -1 when every byte so far was right
     qint64 bytesWhileHeld() const;
     int holdsCompleted() const;
     bool hungUp() const;
-    bool finished() const; // thread ended (stop, lifetime, hang-up or the line went away)
 
     // The whole expected payload arrived, nothing wrong and nothing extra.
     bool receivedExactly() const;
-    // No hold let more than slackBytes through.
+    // No byte arrived while a hold was past its grace.
     bool heldQuiet() const;
 
 private:

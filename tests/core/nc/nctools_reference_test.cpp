@@ -8,11 +8,14 @@
 #include "programgenerator.h"
 
 #include <QRegularExpression>
+#include <QMap>
 #include <QStringList>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <optional>
 #include <random>
 #include <string>
 
@@ -23,60 +26,31 @@ const QString kSpace = QStringLiteral("[\\t\\n\\x{0B}\\f\\r\\x{85}\\p{Z}]");
 
 QRegularExpression pattern(QString source)
 {
-    source.replace(QStringLiteral("\\s"), kSpace);
-    QRegularExpression regex(source);
+    QRegularExpression regex(source.replace(QStringLiteral("\\s"), kSpace));
     EXPECT_TRUE(regex.isValid()) << source.toStdString();
     return regex;
 }
 
-const QRegularExpression &leadingN()
-{
-    static const QRegularExpression r = pattern(R"(^\s*[nN][0-9]+\s*)");
-    return r;
-}
-const QRegularExpression &multiSpace()
-{
-    static const QRegularExpression r = pattern(R"([ \t]{2,})");
-    return r;
-}
+const QRegularExpression leadingN = pattern(R"(^\s*[nN][0-9]+\s*)");
+const QRegularExpression multiSpace = pattern(R"([ \t]{2,})");
 // "[ \t]+$" where "$" also matches before one final line terminator.
-const QRegularExpression &trailingBlanks()
-{
-    static const QRegularExpression r = pattern(R"([ \t]+(?=[\n\x{0B}\f\r\x{85}\x{2028}\x{2029}]?\z))");
-    return r;
-}
-const QRegularExpression &coolantOn()
-{
-    static const QRegularExpression r = pattern(R"((?<![0-9])[Mm]0*8(?![0-9]))");
-    return r;
-}
+const QRegularExpression trailingBlanks = pattern(R"([ \t]+(?=[\n\x{0B}\f\r\x{85}\x{2028}\x{2029}]?\z))");
+const QRegularExpression coolantOn = pattern(R"((?<![0-9])[Mm]0*8(?![0-9]))");
 
 QString trimmed(const QString &line)
 {
-    auto blank = [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; };
-    qsizetype b = 0;
-    qsizetype e = line.size();
-    while (b < e && blank(line[b])) {
-        ++b;
-    }
-    while (e > b && blank(line[e - 1])) {
-        --e;
-    }
-    return line.mid(b, e - b);
+    static const QRegularExpression ends(QStringLiteral("^[\\t\\p{Zs}]+|[\\t\\p{Zs}]+$"));
+    return QString(line).remove(ends);
 }
 
-template <typename PerLine>
-QString framed(const QString &text, PerLine perLine)
+// Frames the lines; a per-line function returning nullopt drops the line.
+QString framed(QString text, const std::function<std::optional<QString>(const QString &)> &perLine)
 {
     const bool crlf = text.contains(QStringLiteral("\r\n"));
-    QString unified = text;
-    unified.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    unified.replace(u'\r', u'\n');
     QStringList out;
-    for (const QString &line : unified.split(u'\n')) {
-        QString result;
-        if (perLine(line, &result)) {
-            out.append(result);
+    for (const QString &line : text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n').split(u'\n')) {
+        if (const std::optional<QString> result = perLine(line)) {
+            out.append(*result);
         }
     }
     return out.join(crlf ? QStringLiteral("\r\n") : QStringLiteral("\n"));
@@ -88,68 +62,38 @@ bool isProtected(const QString &line)
     return t.isEmpty() || t.startsWith(u'%') || t.startsWith(u'(') || t.startsWith(u'O') || t.startsWith(u'o');
 }
 
-QString withoutLeadingN(QString line)
+QString number(const QString &text, qint64 counter, qint64 step, bool keepExisting)
 {
-    return line.remove(leadingN());
-}
-
-QString renumber(const QString &text, qint64 start, qint64 step)
-{
-    qint64 counter = start;
-    return framed(text, [&](const QString &line, QString *out) {
-        if (isProtected(line)) {
-            *out = line;
-        } else {
-            *out = "N" + QString::number(counter) + " " + trimmed(withoutLeadingN(line));
-            counter += step;
+    return framed(text, [&](const QString &line) {
+        if (isProtected(line) || (keepExisting && leadingN.match(line).hasMatch())) {
+            return line;
         }
-        return true;
-    });
-}
-
-QString addLineNumbers(const QString &text, qint64 start, qint64 step)
-{
-    qint64 counter = start;
-    return framed(text, [&](const QString &line, QString *out) {
-        if (isProtected(line) || leadingN().match(line).hasMatch()) {
-            *out = line;
-        } else {
-            *out = "N" + QString::number(counter) + " " + trimmed(line);
-            counter += step;
-        }
-        return true;
+        const QString n = "N" + QString::number(counter) + " " + trimmed(QString(line).remove(leadingN));
+        counter += step;
+        return n;
     });
 }
 
 QString removeLineNumbers(const QString &text)
 {
-    return framed(text, [](const QString &line, QString *out) {
-        *out = isProtected(line) ? line : withoutLeadingN(line);
-        return true;
-    });
+    return framed(text, [](const QString &line) { return isProtected(line) ? line : QString(line).remove(leadingN); });
 }
 
 QString formatSpacing(const QString &text)
 {
-    return framed(text, [](const QString &line, QString *out) {
-        *out = isProtected(line) ? line : trimmed(line).replace(multiSpace(), QStringLiteral(" "));
-        return true;
+    return framed(text, [](const QString &line) {
+        return isProtected(line) ? line : trimmed(line).replace(multiSpace, QStringLiteral(" "));
     });
 }
 
 QString removeMatching(const QString &text, const QRegularExpression &regex)
 {
-    return framed(text, [&](const QString &line, QString *out) {
-        const bool hadText = !trimmed(line).isEmpty();
-        QString result = line;
-        result.replace(regex, QString());
-        result.replace(multiSpace(), QStringLiteral(" "));
-        result.replace(trailingBlanks(), QString());
-        if (hadText && trimmed(withoutLeadingN(result)).isEmpty()) {
-            return false;
+    return framed(text, [&](const QString &line) -> std::optional<QString> {
+        QString result = QString(line).remove(regex).replace(multiSpace, QStringLiteral(" ")).remove(trailingBlanks);
+        if (!trimmed(line).isEmpty() && trimmed(QString(result).remove(leadingN)).isEmpty()) {
+            return std::nullopt;
         }
-        *out = result;
-        return true;
+        return result;
     });
 }
 
@@ -157,26 +101,11 @@ QString removeMCodes(const QString &text, QList<qint64> codes)
 {
     std::sort(codes.begin(), codes.end());
     codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
-    if (codes.isEmpty()) {
-        return text;
-    }
     QStringList written;
     for (qint64 code : codes) {
         written.append(QString::number(code));
     }
-    return removeMatching(text, pattern("(?<![0-9])[Mm]0*(?:" + written.join(u'|') + ")(?![0-9])"));
-}
-
-QString formatLike(double value, const QString &original)
-{
-    const qsizetype point = original.indexOf(u'.');
-    if (point < 0) {
-        return QString::number(qint64(std::round(value)));
-    }
-    const int decimals = int(std::clamp<qsizetype>(original.size() - point - 1, 1, 4));
-    char buffer[400];
-    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, value);
-    return QString::fromLatin1(buffer);
+    return codes.isEmpty() ? text : removeMatching(text, pattern("(?<![0-9])[Mm]0*(?:" + written.join(u'|') + ")(?![0-9])"));
 }
 
 QString scale(const QString &text, const QString &source, double factor)
@@ -184,50 +113,40 @@ QString scale(const QString &text, const QString &source, double factor)
     QString out = text;
     QList<QRegularExpressionMatch> matches;
     for (auto it = pattern(source).globalMatch(text); it.hasNext();) {
-        matches.append(it.next());
+        matches.prepend(it.next());
     }
-    for (auto m = matches.crbegin(); m != matches.crend(); ++m) {
+    for (const QRegularExpressionMatch &m : matches) {
         bool ok = false;
-        const double value = m->captured(2).toDouble(&ok);
+        const double value = m.captured(2).toDouble(&ok) * factor;
+        const qsizetype point = m.captured(2).indexOf(u'.');
+        char buffer[400];
+        std::snprintf(buffer, sizeof buffer, "%.*f", int(std::clamp<qsizetype>(m.capturedLength(2) - point - 1, 1, 4)), value);
         if (ok) {
-            out.replace(m->capturedStart(0), m->capturedLength(0),
-                        m->captured(1) + formatLike(value * factor, m->captured(2)));
+            out.replace(m.capturedStart(0), m.capturedLength(0),
+                        m.captured(1) + (point < 0 ? QString::number(qint64(std::round(value))) : QString::fromLatin1(buffer)));
         }
     }
     return out;
 }
 
-QList<NCTools::AxisRange> axisRanges(const QString &text, const QList<QChar> &axes)
+QList<NCTools::AxisRange> axisRanges(QString text, const QList<QChar> &axes)
 {
-    QString cleaned = text;
-    cleaned.replace(pattern(R"(\([^)]*\))"), QStringLiteral(" "));
-    cleaned.replace(pattern(R"(;[^\n]*)"), QStringLiteral(" "));
-    QHash<QChar, double> minima;
-    QHash<QChar, double> maxima;
-    for (auto it = pattern(R"(([A-Za-z])\s*([+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)))").globalMatch(cleaned);
-         it.hasNext();) {
+    text.replace(pattern(R"(\([^)]*\))"), QStringLiteral(" ")).replace(pattern(R"(;[^\n]*)"), QStringLiteral(" "));
+    QMap<QChar, NCTools::AxisRange> seen;
+    for (auto it = pattern(R"(([A-Za-z])\s*([+-]?(?:[0-9]+\.?[0-9]*|\.[0-9]+)))").globalMatch(text); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
         const QChar letter = m.captured(1).at(0).toUpper();
-        if (!axes.contains(letter)) {
-            continue;
-        }
         bool ok = false;
         const double value = m.captured(2).toDouble(&ok);
-        if (!ok) {
-            continue;
-        }
-        if (!minima.contains(letter)) {
-            minima[letter] = value;
-            maxima[letter] = value;
-        } else {
-            minima[letter] = value < minima[letter] ? value : minima[letter];
-            maxima[letter] = value >= maxima[letter] ? value : maxima[letter];
+        if (ok && axes.contains(letter)) {
+            const NCTools::AxisRange old = seen.value(letter, {letter, value, value});
+            seen.insert(letter, {letter, std::min(old.min, value), value >= old.max ? value : old.max});
         }
     }
     QList<NCTools::AxisRange> ranges;
     for (QChar axis : axes) {
-        if (minima.contains(axis)) {
-            ranges.append({axis, minima[axis], maxima[axis]});
+        if (seen.contains(axis)) {
+            ranges.append(seen[axis]);
         }
     }
     return ranges;
@@ -264,12 +183,12 @@ bool sameAsDefinition(const QString &text)
                       << "\n  pattern: " << visible(defined.left(2000));
         return false;
     };
-    bool ok = same(NCTools::renumber(text, 10, 10), renumber(text, 10, 10), "renumber") &&
-              same(NCTools::renumber(text, -7, 3), renumber(text, -7, 3), "renumber") &&
-              same(NCTools::addLineNumbers(text, 100, 5), addLineNumbers(text, 100, 5), "addLineNumbers") &&
+    bool ok = same(NCTools::renumber(text, 10, 10), number(text, 10, 10, false), "renumber") &&
+              same(NCTools::renumber(text, -7, 3), number(text, -7, 3, false), "renumber") &&
+              same(NCTools::addLineNumbers(text, 100, 5), number(text, 100, 5, true), "addLineNumbers") &&
               same(NCTools::removeLineNumbers(text), removeLineNumbers(text), "removeLineNumbers") &&
               same(NCTools::formatSpacing(text), formatSpacing(text), "formatSpacing") &&
-              same(NCTools::removeCoolant(text), removeMatching(text, coolantOn()), "removeCoolant");
+              same(NCTools::removeCoolant(text), removeMatching(text, coolantOn), "removeCoolant");
     for (const QList<qint64> &codes : {QList<qint64>{8, 9}, QList<qint64>{0}, QList<qint64>{3, -5, 0, 30},
                                        QList<qint64>{80, 8}, QList<qint64>{}}) {
         ok = ok && same(NCTools::removeMCodes(text, codes), removeMCodes(text, codes), "removeMCodes");

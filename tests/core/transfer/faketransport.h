@@ -2,10 +2,8 @@
 
 #include "transport/serialtransport.h"
 
-#include <QByteArray>
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QString>
 #include <QStringList>
 #include <QThread>
 
@@ -16,26 +14,21 @@
 #include <optional>
 
 // The far end of a scripted serial line, shared between a test and the
-// FakeTransport the code under test owns (which may live on another thread).
-// It records every call in order, and the test can make the line fail or hold
-// writes and drains the way a machine in XOFF does, until interrupted.
+// FakeTransport the code under test owns (possibly on another thread). It logs
+// every call in order and can fail, or hold writes the way a machine in XOFF
+// does until released or interrupted.
 struct FakeLine {
-    // Script, set before the transfer starts.
     std::optional<TransportError> openError;
     std::optional<TransportError> drainError;
     int failingWrite = -1; // zero-based index of the write that fails with writeError
     TransportError writeError = TransportError::writeFailed("Input/output error");
-    bool holdWrites = false; // writes block until released or interrupted
-    bool holdDrain = false;  // the drain blocks until interrupted
+    bool holdWrites = false;
 
     mutable std::mutex mutex;
     std::condition_variable wake;
-    QStringList log; // "open", "write 256", "drain", "drain drip", "close", plus what the test adds
+    QStringList log; // "open", "write 256", "drain", "drain drip", "close", "destroyed", "event ..."
     QByteArray received;
-    std::optional<SerialLineSettings> settings;
-    bool interrupted = false;
-    bool released = false;
-    bool holding = false; // a write or drain is blocked right now
+    bool interrupted = false, released = false, holding = false;
     int writes = 0;
 
     void note(const QString &entry)
@@ -43,26 +36,21 @@ struct FakeLine {
         std::lock_guard lock(mutex);
         log.append(entry);
     }
-    QStringList entries() const
+    bool contains(const QString &entry) const
     {
         std::lock_guard lock(mutex);
-        return log;
-    }
-    void release()
-    {
-        std::lock_guard lock(mutex);
-        released = true;
-        wake.notify_all();
+        return log.contains(entry);
     }
     bool isHolding() const
     {
         std::lock_guard lock(mutex);
         return holding;
     }
-    bool contains(const QString &entry) const
+    void release()
     {
         std::lock_guard lock(mutex);
-        return log.contains(entry);
+        released = true;
+        wake.notify_all();
     }
 };
 
@@ -71,25 +59,22 @@ public:
     explicit FakeTransport(std::shared_ptr<FakeLine> line) : m_line(std::move(line)) {}
     ~FakeTransport() override { m_line->note("destroyed"); }
 
-    std::optional<TransportError> open(const SerialLineSettings &settings) override
+    // Like the real transport, opening clears an interruption left from before.
+    std::optional<TransportError> open(const SerialLineSettings &) override
     {
         std::lock_guard lock(m_line->mutex);
         m_line->log.append("open");
-        m_line->settings = settings;
         m_line->interrupted = false;
         return m_line->openError;
     }
-
     std::optional<TransportError> write(const QByteArray &bytes) override
     {
         std::unique_lock lock(m_line->mutex);
         m_line->log.append(QStringLiteral("write %1").arg(bytes.size()));
         const int index = m_line->writes++;
-        if (m_line->holdWrites) {
-            if (auto error = holdLocked(lock, [this] { return m_line->released; })) {
-                return error;
-            }
-        }
+        m_line->holding = m_line->holdWrites;
+        m_line->wake.wait(lock, [&] { return !m_line->holdWrites || m_line->released || m_line->interrupted; });
+        m_line->holding = false;
         if (m_line->interrupted) {
             return TransportError::cancelled();
         }
@@ -99,24 +84,12 @@ public:
         m_line->received += bytes;
         return std::nullopt;
     }
-
     std::optional<TransportError> drain(bool dripFeed) override
     {
-        std::unique_lock lock(m_line->mutex);
-        m_line->log.append(dripFeed ? "drain drip" : "drain");
-        if (m_line->holdDrain) {
-            if (auto error = holdLocked(lock, [] { return false; })) {
-                return error;
-            }
-        }
-        if (m_line->interrupted) {
-            return TransportError::cancelled();
-        }
+        m_line->note(dripFeed ? "drain drip" : "drain");
         return m_line->drainError;
     }
-
     void close() override { m_line->note("close"); }
-
     void interrupt() override
     {
         std::lock_guard lock(m_line->mutex);
@@ -125,18 +98,6 @@ public:
     }
 
 private:
-    // Blocks like a machine holding the line: until `done` or an interruption.
-    std::optional<TransportError> holdLocked(std::unique_lock<std::mutex> &lock, const std::function<bool()> &done)
-    {
-        m_line->holding = true;
-        m_line->wake.wait(lock, [&] { return m_line->interrupted || done(); });
-        m_line->holding = false;
-        if (m_line->interrupted) {
-            return TransportError::cancelled();
-        }
-        return std::nullopt;
-    }
-
     std::shared_ptr<FakeLine> m_line;
 };
 

@@ -55,25 +55,6 @@ struct Line {
 
 } // namespace
 
-TEST(PosixSerialTransport, WholePayloadArrivesByteForByte)
-{
-    Line line;
-    ASSERT_TRUE(line.pty.isOpen()) << line.pty.error().toStdString();
-    const QByteArray payload = program(1 << 20);
-    MachineEmulator machine(line.pty, {.expected = payload});
-    machine.start();
-
-    ASSERT_EQ(line.transport->open(xonXoff()), std::nullopt);
-    EXPECT_EQ(line.transport->write(payload), std::nullopt);
-    EXPECT_TRUE(machine.waitForBytes(payload.size(), 5s));
-    EXPECT_EQ(machine.firstMismatch(), -1);
-    EXPECT_TRUE(machine.receivedExactly()) << machine.received() << " of " << payload.size();
-    EXPECT_EQ(line.transport->drain(false), std::nullopt);
-    line.transport->close();
-    line.transport->close();
-    EXPECT_FALSE(line.transport->isOpen());
-}
-
 TEST(PosixSerialTransport, SlowMachineNeverTimesOutWhileItKeepsTaking)
 {
     // At 60 KB/s the whole write takes far longer than the stall limit, but no
@@ -98,8 +79,9 @@ TEST(PosixSerialTransport, HoldShorterThanTheStallLimitPasses)
     ASSERT_TRUE(line.pty.isOpen());
     const QByteArray payload = program(256 * 1024);
     MachineEmulator machine(line.pty, {.expected = payload,
-                                       .holds = {Hold{.atByte = 4096, .duration = 300ms},
-                                                 Hold{.atByte = 128 * 1024, .duration = 350ms}}});
+                                       .holds = {Hold{.atByte = 4096, .duration = 400ms},
+                                                 Hold{.atByte = 96 * 1024, .duration = 400ms},
+                                                 Hold{.atByte = 160 * 1024, .duration = 400ms}}});
     machine.start();
 
     ASSERT_EQ(line.transport->open(xonXoff()), std::nullopt);
@@ -107,54 +89,8 @@ TEST(PosixSerialTransport, HoldShorterThanTheStallLimitPasses)
     EXPECT_EQ(error, std::nullopt) << english(error).toStdString();
     EXPECT_TRUE(machine.waitForBytes(payload.size(), 5s));
     EXPECT_TRUE(machine.receivedExactly());
-    EXPECT_EQ(machine.holdsCompleted(), 2);
+    EXPECT_EQ(machine.holdsCompleted(), 3); // together well past the stall limit
     EXPECT_TRUE(machine.heldQuiet()) << machine.bytesWhileHeld() << " bytes arrived while held";
-}
-
-TEST(PosixSerialTransport, HoldLongerThanTheStallLimitFails)
-{
-    Line line;
-    ASSERT_TRUE(line.pty.isOpen());
-    const QByteArray payload = program(512 * 1024);
-    MachineEmulator machine(line.pty, {.expected = payload, .holds = {Hold{.atByte = 4096}}});
-    machine.start();
-
-    ASSERT_EQ(line.transport->open(xonXoff()), std::nullopt);
-    const auto start = Clock::now();
-    const auto error = line.transport->write(payload);
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->kind, TransportError::Kind::receiveTimeout);
-    EXPECT_EQ(error->description(AppLanguage::english),
-              "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow "
-              "control correct?)");
-    EXPECT_GE(millisSince(start), kStall.count());
-    EXPECT_LT(millisSince(start), 3000);
-    EXPECT_TRUE(machine.heldQuiet()) << machine.bytesWhileHeld();
-    EXPECT_EQ(machine.firstMismatch(), -1);
-}
-
-TEST(PosixSerialTransport, DripFeedWaitsUntilInterrupted)
-{
-    Line line(300ms);
-    ASSERT_TRUE(line.pty.isOpen());
-    const QByteArray payload = program(512 * 1024);
-    MachineEmulator machine(line.pty, {.expected = payload, .holds = {Hold{.atByte = 1}}});
-    machine.start();
-
-    ASSERT_EQ(line.transport->open(xonXoff(true)), std::nullopt);
-    auto result = std::async(std::launch::async, [&] { return line.transport->write(payload); });
-    ASSERT_TRUE(machine.waitUntilHolding(3s));
-    // Well past the stall limit, still waiting.
-    EXPECT_EQ(result.wait_for(1200ms), std::future_status::timeout);
-
-    const auto interruptedAt = Clock::now();
-    line.transport->interrupt();
-    ASSERT_EQ(result.wait_for(2s), std::future_status::ready);
-    EXPECT_LT(millisSince(interruptedAt), 200);
-    const auto error = result.get();
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->description(AppLanguage::english), "Transfer Cancelled");
-    EXPECT_TRUE(machine.heldQuiet());
 }
 
 TEST(PosixSerialTransport, InterruptDuringHeldLineCancelsQuicklyAndSticksUntilReopen)
@@ -187,28 +123,6 @@ TEST(PosixSerialTransport, InterruptDuringHeldLineCancelsQuicklyAndSticksUntilRe
     machine.releaseHold();
     ASSERT_EQ(line.transport->open(xonXoff()), std::nullopt);
     EXPECT_EQ(line.transport->write("M30\n"), std::nullopt);
-}
-
-TEST(PosixSerialTransport, HangUpMidTransferIsASendError)
-{
-    Line line;
-    ASSERT_TRUE(line.pty.isOpen());
-    const QByteArray payload = program(1 << 20);
-    MachineEmulator machine(line.pty, {.expected = payload, .bytesPerSecond = 400000, .hangUpAtByte = 50000});
-    machine.start();
-
-    ASSERT_EQ(line.transport->open(xonXoff()), std::nullopt);
-    const auto start = Clock::now();
-    const auto error = line.transport->write(payload);
-    EXPECT_LT(millisSince(start), 2000);
-    ASSERT_TRUE(error);
-    EXPECT_TRUE(error->kind == TransportError::Kind::writeFailed ||
-                error->kind == TransportError::Kind::waitFailed)
-        << english(error).toStdString();
-    EXPECT_TRUE(english(error).startsWith("Send error: ")) << english(error).toStdString();
-    EXPECT_TRUE(machine.hungUp());
-    EXPECT_EQ(machine.received(), 50000);
-    EXPECT_EQ(machine.firstMismatch(), -1);
 }
 
 TEST(PosixSerialTransport, WriteWithoutAnOpenPort)
