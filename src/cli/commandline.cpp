@@ -1,6 +1,7 @@
 #include "commandline.h"
 
 #include "workspace/textfile.h"
+#include "workspace/textfilestream.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -146,34 +148,73 @@ QString CommandContext::programName(int index) const
     return readsStandardInput(index) ? tr("standard input") : m_invocation.positionals[index];
 }
 
-std::optional<QString> CommandContext::readProgram(int index) const
+bool CommandContext::checkReadable(int index) const
+{
+    if (!readsStandardInput(index) && !QFileInfo(programName(index)).isFile()) {
+        badInput(L10n::format("%@: no such file.", language(), {programName(index)}));
+        return false;
+    }
+    return true;
+}
+
+bool CommandContext::reportReadResult(int index, const TextFile::ReadResult &result) const
 {
     const QString name = programName(index);
+    switch (result.error) {
+    case TextFile::ReadError::none:
+        return true;
+    case TextFile::ReadError::invalidUtf8:
+        badInput(L10n::format("%@: not valid UTF-8 (byte %@).", language(),
+                              {name, QString::number(result.invalidByteOffset)}));
+        return false;
+    default:
+        badInput(L10n::format("%@: cannot read the file (%@).", language(), {name, result.errorString}));
+        return false;
+    }
+}
+
+std::optional<QString> CommandContext::readProgram(int index) const
+{
+    if (!checkReadable(index)) {
+        return std::nullopt;
+    }
     TextFile::ReadResult result;
     if (readsStandardInput(index)) {
         QFile in;
         if (!in.open(stdin, QIODevice::ReadOnly)) {
-            badInput(L10n::format("Cannot read %@.", language(), {name}));
+            badInput(L10n::format("Cannot read %@.", language(), {programName(index)}));
             return std::nullopt;
         }
         result = TextFile::decode(in.readAll());
-    } else if (!QFileInfo(name).isFile()) {
-        badInput(L10n::format("%@: no such file.", language(), {name}));
-        return std::nullopt;
     } else {
-        result = TextFile::read(name);
+        result = TextFile::read(programName(index));
     }
-    switch (result.error) {
-    case TextFile::ReadError::none:
-        return result.text;
-    case TextFile::ReadError::invalidUtf8:
-        badInput(L10n::format("%@: not valid UTF-8 (byte %@).", language(),
-                              {name, QString::number(result.invalidByteOffset)}));
-        return std::nullopt;
-    default:
-        badInput(L10n::format("%@: cannot read the file (%@).", language(), {name, result.errorString}));
+    if (!reportReadResult(index, result)) {
         return std::nullopt;
     }
+    return result.text;
+}
+
+bool CommandContext::readProgramBlocks(int index, const std::function<void(QStringView)> &sink) const
+{
+    if (!checkReadable(index)) {
+        return false;
+    }
+    QFile in;
+    std::unique_ptr<TextFileStream> stream;
+    if (readsStandardInput(index)) {
+        if (!in.open(stdin, QIODevice::ReadOnly)) {
+            badInput(L10n::format("Cannot read %@.", language(), {programName(index)}));
+            return false;
+        }
+        stream = std::make_unique<TextFileStream>(&in);
+    } else {
+        stream = std::make_unique<TextFileStream>(programName(index));
+    }
+    while (const std::optional<QStringView> block = stream->next()) {
+        sink(*block);
+    }
+    return reportReadResult(index, stream->status());
 }
 
 void CommandContext::writeOut(const QByteArray &bytes)

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "workspace/l10n.h"
+#include "workspace/textfile.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QStringView>
 
 #include <functional>
 #include <optional>
@@ -73,6 +75,12 @@ public:
     // as UTF-8. On failure the reason, naming the file (and for bad UTF-8 the byte
     // offset), is already on standard error and the result is empty.
     std::optional<QString> readProgram(int index) const;
+    // The same input a block of whole lines at a time, for commands that read
+    // each line once: memory stays small whatever the size of the program.
+    // Blocks go to `sink` as they arrive; false (the reason reported as for
+    // `readProgram`) means the input failed part way and what `sink` saw must
+    // not be used.
+    bool readProgramBlocks(int index, const std::function<void(QStringView)> &sink) const;
     QString programName(int index) const;
     bool readsStandardInput(int index) const;
 
@@ -84,5 +92,8 @@ public:
     int badInput(const QString &message) const;
 
 private:
+    bool checkReadable(int index) const;
+    bool reportReadResult(int index, const TextFile::ReadResult &result) const;
+
     Invocation m_invocation;
 };

@@ -164,11 +164,13 @@ QString analysisJson(const ProgramAnalysis &analysis)
 
 int analyze(CommandContext &ctx)
 {
-    const std::optional<QString> text = ctx.readProgram(0);
-    if (!text) {
+    // Block by block: a 100 MB program must not cost its bytes plus twice that
+    // as one decoded string just to be read once.
+    ProgramAnalyzer::Session session(ctx.language());
+    if (!ctx.readProgramBlocks(0, [&](QStringView lines) { session.feed(lines); })) {
         return ExitStatus::badInput;
     }
-    const ProgramAnalysis analysis = ProgramAnalyzer::analyze(*text, ctx.language());
+    const ProgramAnalysis analysis = session.finish();
     const QString out = ctx.invocation().has(kJson.name) ? analysisJson(analysis) + QLatin1Char('\n')
                                                           : AnalysisReport::plainText(analysis, ctx.language());
     CommandContext::writeOut(out.toUtf8());
