@@ -203,7 +203,7 @@ void MachineSettingsDialog::retranslate()
     m_filling = wasFilling;
     fillList();
     // A message on show is re-read in the new language by saving again.
-    if (m_validation->isVisible()) {
+    if (!m_validation->isHidden()) {
         const auto result = formMachine().validated();
         if (const auto *error = std::get_if<MachineValidationError>(&result)) {
             showValidation(error->description(language));
@@ -335,7 +335,7 @@ void MachineSettingsDialog::showValidation(const QString &message)
 
 QString MachineSettingsDialog::validationMessage() const
 {
-    return m_validation->isVisible() ? m_validation->text() : QString();
+    return m_validation->isHidden() ? QString() : m_validation->text();
 }
 
 bool MachineSettingsDialog::save()

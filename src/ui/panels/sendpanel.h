@@ -29,6 +29,7 @@ public:
 
     QComboBox *machinePicker() const { return m_machines; }
     QComboBox *portPicker() const { return m_ports; }
+    QPushButton *refreshButton() const { return m_refresh; }
     QPushButton *sendButton() const { return m_send; }
     QPushButton *cancelButton() const { return m_cancel; }
     QLabel *statusLabel() const { return m_status; }
