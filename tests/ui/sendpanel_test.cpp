@@ -17,6 +17,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QToolButton>
 
 #include <unistd.h>
 
@@ -92,7 +93,7 @@ TEST_F(SendPanelTest, PickersShowTheProfilesAndTheAdapterByNameAndChoosingOneTel
     EXPECT_EQ(machines->currentText(), "Fadal");
     EXPECT_EQ(machines->itemData(0, Qt::ToolTipRole).toString(), "4800 7E2 · XON/XOFF · CR");
     const QString device = pty.slavePath().section('/', -1);
-    EXPECT_EQ(panel->portPicker()->currentText(), "FTDI FT232R A50285BI (" + device + ")");
+    EXPECT_EQ(panel->portPicker()->currentText(), device + " · FTDI FT232R A50285BI");
 
     emit machines->activated(0);
     EXPECT_EQ(model->selectedMachineId(), "fanuc");

@@ -42,7 +42,9 @@ private:
 QString portText(const SerialPort &port)
 {
     const QString device = TransferController::endpointName(port.path);
-    return port.label.isEmpty() ? port.path : port.label + QStringLiteral(" (") + device + QLatin1Char(')');
+    // The device name first: it is what tells two adapters of one make apart,
+    // and it stays readable when the picker is narrow.
+    return port.label.isEmpty() ? port.path : device + QStringLiteral(" · ") + port.label;
 }
 
 void paintText(QLabel *label, const QColor &color)
@@ -79,16 +81,23 @@ QColor statusColor(Status status)
 SendPanel::SendPanel(AppModel &model, QWidget *parent)
     : QWidget(parent), m_model(model), m_machineCaption(new QLabel(this)), m_machines(new QComboBox(this)),
       m_summary(new QLabel(this)), m_manage(new QToolButton(this)), m_portCaption(new QLabel(this)),
-      m_ports(new PortComboBox([this] { m_model.refreshPorts(); }, this)), m_refresh(new QPushButton(this)),
+      m_ports(new PortComboBox([this] { m_model.refreshPorts(); }, this)), m_refresh(new QToolButton(this)),
       m_send(new QPushButton(this)), m_cancel(new QPushButton(this)), m_status(new QLabel(this)),
       m_route(new QLabel(this)), m_progress(new QProgressBar(this)), m_progressText(new QLabel(this)),
       m_message(new QLabel(this)), m_hint(new QLabel(this))
 {
     m_machines->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_machines->setMinimumContentsLength(10);
-    m_ports->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    m_ports->setMinimumContentsLength(14);
+    // Adapter names run long; the list shows them whole, the closed picker
+    // keeps to a width that leaves room for the buttons.
+    m_ports->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_ports->setMinimumContentsLength(20);
+    m_refresh->setText(QStringLiteral("↻"));
+    m_refresh->setAutoRaise(true);
     m_summary->setForegroundRole(QPalette::PlaceholderText);
+    // The summary and the route give way first when the editor is narrow.
+    m_summary->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_route->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_manage->setText(QStringLiteral("…"));
     m_manage->setAutoRaise(true);
     m_send->setDefault(false);
@@ -102,6 +111,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     m_progress->setRange(0, 100);
     m_progress->setTextVisible(true);
     m_progress->setFormat(QStringLiteral("%p%"));
+    m_progress->setMinimumWidth(100);
     m_progress->setMaximumWidth(260);
     m_progress->setMaximumHeight(16);
     m_message->setWordWrap(true);
@@ -114,21 +124,20 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     pickers->addWidget(m_machineCaption);
     pickers->addWidget(m_machines);
     pickers->addWidget(m_manage);
-    pickers->addWidget(m_summary);
-    pickers->addSpacing(16);
+    pickers->addWidget(m_summary, 1);
+    pickers->addSpacing(12);
     pickers->addWidget(m_portCaption);
     pickers->addWidget(m_ports);
     pickers->addWidget(m_refresh);
-    pickers->addStretch(1);
-    pickers->addWidget(m_cancel);
-    pickers->addWidget(m_send);
 
     auto *progressRow = new QHBoxLayout;
     progressRow->addWidget(m_status);
-    progressRow->addWidget(m_route);
-    progressRow->addStretch(1);
+    progressRow->addWidget(m_route, 1);
     progressRow->addWidget(m_progressText);
     progressRow->addWidget(m_progress, 1);
+    progressRow->addSpacing(8);
+    progressRow->addWidget(m_cancel);
+    progressRow->addWidget(m_send);
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(10, 6, 10, 6);
@@ -148,7 +157,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
         }
     });
     connect(m_manage, &QToolButton::clicked, this, [this] { m_model.setShowingMachines(true); });
-    connect(m_refresh, &QPushButton::clicked, this, [this] { m_model.refreshPorts(); });
+    connect(m_refresh, &QToolButton::clicked, this, [this] { m_model.refreshPorts(); });
     connect(m_send, &QPushButton::clicked, this, [this] { m_model.send(); });
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_model.transfer().cancel(); });
 
@@ -168,7 +177,7 @@ void SendPanel::retranslate()
     m_machineCaption->setText(L10n::text("Machine", language));
     m_portCaption->setText(L10n::text("Port", language));
     m_manage->setToolTip(L10n::text("Manage Machines…", language));
-    m_refresh->setText(L10n::text("Refresh Ports", language));
+    m_refresh->setToolTip(L10n::text("Refresh Ports", language));
     m_send->setText(L10n::text("Send to Machine", language));
     m_cancel->setText(L10n::text("Cancel Transfer", language));
     fillMachines();
@@ -235,7 +244,8 @@ void SendPanel::showState()
     m_progress->setVisible(state.status != Status::idle);
     m_progressText->setText(state.progressLabel(language));
     m_message->setText(state.message);
-    m_message->setVisible(!state.message.isEmpty());
+    // "Transfer Completed" under "Transfer Completed" says nothing new.
+    m_message->setVisible(!state.message.isEmpty() && state.message != m_status->text());
 
     const QString hint = state.status == Status::error && !m_transferPort.isEmpty()
                              ? TransportError::accessHint(m_transferPort, language)

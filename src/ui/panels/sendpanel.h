@@ -29,7 +29,7 @@ public:
 
     QComboBox *machinePicker() const { return m_machines; }
     QComboBox *portPicker() const { return m_ports; }
-    QPushButton *refreshButton() const { return m_refresh; }
+    QToolButton *refreshButton() const { return m_refresh; }
     QPushButton *sendButton() const { return m_send; }
     QPushButton *cancelButton() const { return m_cancel; }
     QLabel *statusLabel() const { return m_status; }
@@ -52,7 +52,7 @@ private:
     QToolButton *m_manage;
     QLabel *m_portCaption;
     QComboBox *m_ports;
-    QPushButton *m_refresh;
+    QToolButton *m_refresh;
     QPushButton *m_send;
     QPushButton *m_cancel;
     QLabel *m_status;
