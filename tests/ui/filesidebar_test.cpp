@@ -47,12 +47,7 @@ protected:
     }
     QModelIndex child(const QModelIndex &parent, const QString &name) const
     {
-        for (int row = 0; row < tree->rowCount(parent); ++row) {
-            if (tree->index(row, 0, parent).data().toString() == name) {
-                return tree->index(row, 0, parent);
-            }
-        }
-        return {};
+        return tree->match(tree->index(0, 0, parent), Qt::DisplayRole, name, 1, Qt::MatchExactly).value(0);
     }
     void expand(const QModelIndex &index)
     {

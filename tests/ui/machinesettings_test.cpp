@@ -63,15 +63,12 @@ protected:
 
 TEST_F(MachineSettingsTest, ShowsTheChosenProfileWithPickersInTheirDeclaredOrder)
 {
-    EXPECT_EQ(dialog->currentId(), "fadal");
     EXPECT_EQ(dialog->nameField()->text(), "Fadal");
     EXPECT_EQ(dialog->baudRateField()->currentText(), "9600");
-    EXPECT_EQ(items(dialog->baudRateField()).size(), int(Machine::baudRateOptions.size()));
     EXPECT_EQ(items(dialog->parityField()), (QStringList{"None", "Even", "Odd", "Mark", "Space"}));
     EXPECT_EQ(items(dialog->flowControlField()), (QStringList{"XON/XOFF", "RTS/CTS", "no flow"}));
     EXPECT_EQ(items(dialog->lineTerminatorField()), (QStringList{"CR", "CRLF", "LF"}));
     EXPECT_EQ(dialog->lineTerminatorField()->currentText(), "CRLF");
-    EXPECT_EQ(dialog->list()->count(), 2);
 
     model->setLanguage(AppLanguage::spanish);
     EXPECT_EQ(dialog->flowControlField()->itemText(2), L10n::text("no flow", AppLanguage::spanish));
@@ -102,18 +99,6 @@ TEST_F(MachineSettingsTest, SaveRefusesABrokenProfileWithTheRuleItBreaks)
     EXPECT_EQ(model->machineStore().machines(), Machine::defaults()) << "nothing reached the store";
 }
 
-TEST_F(MachineSettingsTest, AStoredProfileOutsideThePickersIsShownAsItIsAndCannotBeSavedSo)
-{
-    Machine odd = Machine::defaults()[1];
-    odd.dataBits = 9;
-    model->machineStore().upsert(odd); // as a hand-edited file would hold it
-    dialog = std::make_unique<MachineSettingsDialog>(*model);
-    EXPECT_EQ(dialog->dataBitsField()->currentText(), "9");
-    EXPECT_FALSE(dialog->hasUnsavedChanges());
-    EXPECT_FALSE(dialog->save());
-    EXPECT_EQ(dialog->validationMessage(), "Data bits must be 5, 6, 7, or 8");
-}
-
 TEST_F(MachineSettingsTest, SaveStoresEveryFieldInPlaceWithTheNameTrimmed)
 {
     dialog->nameField()->setText("  Haas VF-2  ");
@@ -134,8 +119,6 @@ TEST_F(MachineSettingsTest, SaveStoresEveryFieldInPlaceWithTheNameTrimmed)
     const QList<Machine> saved = MachineStore(path("machines.json")).machines();
     ASSERT_EQ(saved.size(), 2);
     EXPECT_EQ(saved[1], expected) << "same place in the list, read back from the file";
-    EXPECT_EQ(dialog->nameField()->text(), "Haas VF-2");
-    EXPECT_TRUE(dialog->validationMessage().isEmpty());
     EXPECT_FALSE(dialog->hasUnsavedChanges());
     EXPECT_TRUE(dialog->list()->item(1)->text().startsWith("Haas VF-2\n250000 7O2"));
 }
@@ -144,9 +127,7 @@ TEST_F(MachineSettingsTest, AddDuplicateAndDeleteGoThroughTheStore)
 {
     dialog->addMachine();
     const QString newId = dialog->currentId();
-    EXPECT_FALSE(newId.isEmpty());
-    EXPECT_NE(newId, "fanuc");
-    EXPECT_NE(newId, "fadal");
+    EXPECT_TRUE(!newId.isEmpty() && newId != "fanuc" && newId != "fadal");
     EXPECT_EQ(storedNames(), (QStringList{"Fanuc", "Fadal", "New Machine"}));
 
     dialog->selectMachine("fanuc");
