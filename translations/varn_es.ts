@@ -1327,5 +1327,17 @@
         <source>Choose folders to show in Explorer</source>
         <translation>Elija las carpetas que se mostrarán en el Explorador</translation>
     </message>
+    <message>
+        <source>Add a folder of programs to see it here.</source>
+        <translation>Añada una carpeta de programas para verla aquí.</translation>
+    </message>
+    <message>
+        <source>Delete the machine “%@”?</source>
+        <translation>¿Eliminar la máquina «%@»?</translation>
+    </message>
+    <message>
+        <source>This cannot be undone.</source>
+        <translation>Esta acción no se puede deshacer.</translation>
+    </message>
 </context>
 </TS>
