@@ -1327,5 +1327,17 @@
         <source>Choose folders to show in Explorer</source>
         <translation>Elija las carpetas que se mostrarán en el Explorador</translation>
     </message>
+    <message>
+        <source>Preferences…</source>
+        <translation>Preferencias…</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Salir</translation>
+    </message>
+    <message>
+        <source>G-code editor and DNC sender for CNC machines.</source>
+        <translation>Editor de código G y emisor DNC para máquinas CNC.</translation>
+    </message>
 </context>
 </TS>
