@@ -215,13 +215,25 @@ QSize ActionBar::minimumSizeHint() const
 void ActionBar::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    const Layout wanted = layoutFor(event->size().width());
-    if (wanted != m_layout) {
-        arrange(wanted);
+    // Inside arrange() the parent may lay us out again; arrange() looks at the
+    // width it ends with.
+    if (!m_arranging && layoutFor(event->size().width()) != m_layout) {
+        arrange(layoutFor(event->size().width()));
     }
 }
 
 void ActionBar::arrange(Layout layout)
+{
+    m_arranging = true;
+    place(layout);
+    // Showing buttons can make the parent lay us out at once, at a new width.
+    if (layoutFor(width()) != m_layout) {
+        place(layoutFor(width()));
+    }
+    m_arranging = false;
+}
+
+void ActionBar::place(Layout layout)
 {
     m_layout = layout;
     const bool compact = layout == Layout::compact;

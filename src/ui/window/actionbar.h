@@ -42,11 +42,13 @@ private:
     QToolButton *addButton(QAction *action, const char *objectName);
     QToolButton *addMenuButton(QMenu *menu, const QString &icon, const char *objectName);
     void arrange(Layout layout);
+    void place(Layout layout);
     void retranslate();
     void showAppearance(AppearanceMode mode);
 
     AppModel &m_model;
     Layout m_layout = Layout::wide;
+    bool m_arranging = false;
     QList<QToolButton *> m_primary;   // always shown
     QList<QToolButton *> m_full;      // wide and medium only
     QList<QToolButton *> m_iconFirst; // labels only in the wide bar
