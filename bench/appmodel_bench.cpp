@@ -166,4 +166,26 @@ void BM_AnalysisCancelLatency(benchmark::State &state)
 }
 BENCHMARK(BM_AnalysisCancelLatency)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
 
+// The same stop without a newer task competing for the CPU: the analyzer's
+// own reaction to the flag, plus waking the waiting thread.
+void BM_AnalysisCancelAlone(benchmark::State &state)
+{
+    ensureApplication();
+    Workspace workspace;
+    auto model = workspace.model();
+    model->newDocument()->setText(program100MB());
+    for (auto _ : state) {
+        model->refreshAnalysis();
+        QFuture<ProgramAnalysis> running = model->analysisTask();
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        QElapsedTimer clock;
+        clock.start();
+        running.cancel();
+        running.waitForFinished();
+        state.SetIterationTime(double(clock.nsecsElapsed()) / 1e9);
+        QCoreApplication::processEvents();
+    }
+}
+BENCHMARK(BM_AnalysisCancelAlone)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(10);
+
 } // namespace

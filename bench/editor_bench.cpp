@@ -1,18 +1,27 @@
 // The editor on a 100 MB program, offscreen: the first screen after opening,
 // a keystroke at the start, middle and end, and a jump to an unseen region.
 // Targets: open under 2 s, a keystroke under 16 ms, a jump under 50 ms, and
-// peak memory (VmHWM, reported with the open) near 3x the file size.
+// peak memory (VmHWM, reported with the open) at most 3x the file size.
+//
+// The program is opened the way a user opens it: from a file, through the
+// model, into the editor. It is generated into that file first and the
+// generated text is gone before the peak is reset, so the figure is what the
+// open costs. Run editorOpen on its own for a clean peak.
 
 #include "editor/gcodeeditor.h"
 #include "programgenerator.h"
+#include "workspace/appmodel.h"
 #include "workspace/editordocument.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QKeyEvent>
+#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -31,72 +40,127 @@ QApplication &application()
     return *app;
 }
 
-double peakMegabytes()
+double statusMegabytes(const char *field)
 {
     QFile status(QStringLiteral("/proc/self/status"));
     if (!status.open(QIODevice::ReadOnly)) {
         return 0;
     }
     for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:")) {
-            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+        if (line.startsWith(field)) {
+            return line.mid(qsizetype(std::strlen(field))).trimmed().split(' ').value(0).toDouble() / 1024.0;
         }
     }
     return 0;
 }
 
+double peakMegabytes()
+{
+    return statusMegabytes("VmHWM:");
+}
+
+// Forgets the peak so far (Linux 4.0 and later); false where not allowed.
+bool resetPeak()
+{
+    QFile clear(QStringLiteral("/proc/self/clear_refs"));
+    return clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
+}
+
+// The program file, written once; the generated text is freed on return.
+const QString &programFile()
+{
+    static QTemporaryDir dir;
+    static const QString path = [] {
+        const QString file = dir.filePath(QStringLiteral("large.nc"));
+        QFile out(file);
+        if (out.open(QIODevice::WriteOnly)) {
+            out.write(ProgramGenerator::milling(kProgramBytes).toUtf8());
+        }
+        return file;
+    }();
+    return path;
+}
+
 struct Session {
+    QTemporaryDir dir;
+    std::unique_ptr<AppModel> model;
     std::unique_ptr<GCodeEditor> editor;
-    std::unique_ptr<EditorDocument> document;
-    qsizetype bytes = 0;
+    EditorDocument *document = nullptr;
+    qint64 bytes = 0;
 };
 
 // Never destroyed: the widgets must not outlive the application's statics.
-Session &session()
+Session *&session()
 {
-    static auto *s = new Session;
-    return *s;
+    static Session *s = nullptr;
+    return s;
 }
 
-void open(Session &s)
+void prepare(Session &s)
 {
-    static const QString text = ProgramGenerator::milling(kProgramBytes);
-    s.bytes = text.toUtf8().size();
-    s.document = std::make_unique<EditorDocument>(QUrl(), text);
+    AppModel::Options options;
+    options.settingsFile = s.dir.filePath(QStringLiteral("settings.ini"));
+    options.machineStoreFile = s.dir.filePath(QStringLiteral("machines.json"));
+    options.backupFolder = s.dir.filePath(QStringLiteral("Backups"));
+    options.listPorts = [] { return QList<SerialPort>{}; };
+    s.model = std::make_unique<AppModel>(std::move(options));
     s.editor = std::make_unique<GCodeEditor>();
     s.editor->resize(1100, 700);
     s.editor->show();
+    s.bytes = QFile(programFile()).size();
     QCoreApplication::processEvents();
+}
+
+// What the window does: show the new tab at once, the text when it arrives.
+void open(Session &s)
+{
+    s.model->openFile(QUrl::fromLocalFile(programFile()));
+    s.document = s.model->selectedDocument();
+    s.editor->setDocument(s.document);
+    QDeadlineTimer deadline(120'000);
+    while (s.document->isLoading() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    QCoreApplication::processEvents(); // the first colouring pass and paint
 }
 
 Session &openSession()
 {
-    Session &s = session();
-    if (!s.editor) {
+    Session *&s = session();
+    if (!s) {
         application();
-        open(s);
-        s.editor->setDocument(s.document.get());
-        QCoreApplication::processEvents();
+        s = new Session;
+        prepare(*s);
+        open(*s);
     }
-    return s;
+    return *s;
 }
 
 void editorOpen(benchmark::State &state)
 {
     application();
-    Session &s = session();
+    Session *&s = session();
+    bool peakReset = false;
     for (auto _ : state) {
         state.PauseTiming();
-        s = Session();
-        open(s);
+        if (s) {
+            s->editor.reset();
+            s->model.reset();
+            delete s;
+        }
+        s = new Session;
+        prepare(*s);
+        peakReset = resetPeak();
+        state.counters["before_open_MB"] = statusMegabytes("VmRSS:");
         state.ResumeTiming();
-        s.editor->setDocument(s.document.get());
-        QCoreApplication::processEvents(); // the first colouring pass and paint
+        open(*s);
     }
-    state.counters["passes"] = s.editor->colouringPasses();
-    state.counters["file_MB"] = double(s.bytes) / 1e6;
+    state.counters["passes"] = s->editor->colouringPasses();
+    state.counters["file_MB"] = double(s->bytes) / 1e6;
     state.counters["VmHWM_MB"] = peakMegabytes();
-    state.counters["VmHWM_per_file"] = peakMegabytes() * 1024 * 1024 / double(s.bytes);
+    state.counters["VmHWM_per_file"] = peakMegabytes() * 1024 * 1024 / double(s->bytes);
+    state.counters["peak_reset"] = peakReset ? 1 : 0;
+    state.counters["after_open_MB"] = statusMegabytes("VmRSS:");
 }
 BENCHMARK(editorOpen)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -241,7 +241,7 @@ void AppModel::openFile(const QUrl &rawUrl)
     }
 }
 
-void AppModel::finishLoad(const QUuid &id, const LoadResult &result)
+void AppModel::finishLoad(const QUuid &id, LoadResult result)
 {
     if (QFutureWatcher<LoadResult> *watcher = m_fileLoadTasks.take(id)) {
         watcher->deleteLater();
@@ -251,8 +251,12 @@ void AppModel::finishLoad(const QUuid &id, const LoadResult &result)
         return; // closed while it was loading
     }
     if (result.ok) {
-        doc->finishLoading(result.text);
-        storeFileEntry(doc->url(), {result.text, result.cost});
+        if (result.cost > fileCacheLimit) {
+            doc->finishLoading(std::move(result.blocks)); // too large to cache
+        } else {
+            doc->finishLoading(result.text);
+            storeFileEntry(doc->url(), {result.text, result.cost});
+        }
         return;
     }
     // No half-read document stays behind: the tab goes and the user is told.

@@ -201,7 +201,8 @@ public:
     void clearFileCache();
     void startExplorerPrefetch();
     qint64 prefetchGeneration() const { return m_prefetchGeneration; }
-    bool isPrefetching() const { return m_prefetchTask.isRunning(); }
+    // Until the last result read ahead has reached the cache.
+    bool isPrefetching() const { return m_prefetchWatcher && !m_prefetchWatcher->isFinished(); }
     bool isLoadingAnyFile() const { return !m_fileLoadTasks.isEmpty(); }
 
 signals:
@@ -226,9 +227,12 @@ signals:
 
 private:
     // What a background read hands back to the main thread.
+    // A file read in the background: as text when it may go to the file text
+    // cache, otherwise as UTF-8 blocks the document keeps as they are.
     struct LoadResult {
         bool ok = false;
         QString text;
+        QList<QByteArray> blocks;
         qint64 cost = 0;
     };
     struct PrefetchItem {
@@ -241,7 +245,7 @@ private:
     void adopt(EditorDocument *document, qsizetype index);
     void removeDocument(EditorDocument *document);
     void loadFileInBackground(EditorDocument *document);
-    void finishLoad(const QUuid &id, const LoadResult &result);
+    void finishLoad(const QUuid &id, LoadResult result);
     void documentTextChanged(EditorDocument *document);
     void ensureOneDocument();
 

@@ -6,6 +6,7 @@
 
 #include "nc/programanalyzer.h"
 #include "workspace/textfile.h"
+#include "workspace/textfilestream.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -93,17 +94,30 @@ void AppModel::loadFileInBackground(EditorDocument *doc)
     // so even a read done in no time lands after openFile has returned.
     auto *watcher = new QFutureWatcher<LoadResult>(this);
     connect(watcher, &QFutureWatcher<LoadResult>::finished, this, [this, id, watcher] {
-        const LoadResult result = watcher->result();
-        finishLoad(id, result);
+        // Taken, not copied: the future must not keep the blocks alive while
+        // the editor takes them over one at a time.
+        QFuture<LoadResult> future = watcher->future();
+        finishLoad(id, future.takeResult());
     });
     m_fileLoadTasks.insert(id, watcher);
     watcher->setFuture(QtConcurrent::run([path] {
-        TextFile::ReadResult read = TextFile::read(path);
+        // Read in blocks of whole lines and kept as UTF-8: the file's bytes and
+        // a decoded copy of the whole program never exist side by side.
+        TextFileStream stream(path);
         LoadResult result;
-        result.ok = read.ok();
-        if (result.ok) {
-            result.cost = utf8Length(read.text);
-            result.text = std::move(read.text);
+        while (std::optional<QByteArray> block = stream.nextBytes()) {
+            result.cost += block->size();
+            result.blocks.append(std::move(*block));
+        }
+        result.ok = stream.status().ok();
+        if (!result.ok) {
+            result.blocks.clear();
+        } else if (result.cost <= fileCacheLimit) {
+            // Small enough for the file text cache, which keeps text.
+            result.text.reserve(result.cost);
+            while (!result.blocks.isEmpty()) {
+                result.text.append(QString::fromUtf8(result.blocks.takeFirst()));
+            }
         }
         return result;
     }));

@@ -2,6 +2,8 @@
 
 #include "workspace/l10n.h"
 
+#include <QByteArray>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringView>
@@ -17,7 +19,8 @@
 //
 // The document calls `setText` and `replace` itself when the text changes from
 // outside (a tool, a reload); a storage must not report those back through
-// `EditorDocument::recordEdit`, or they would count twice.
+// `EditorDocument::willEdit` or `EditorDocument::recordEdit`, or they would
+// count twice.
 class DocumentTextStorage {
 public:
     virtual ~DocumentTextStorage() = default;
@@ -33,6 +36,18 @@ public:
     // the part of the text edited since the last save, so a storage should not
     // materialise the rest.
     virtual qsizetype firstDifference(qsizetype position, QStringView expected) const = 0;
+    // The `length` units starting at `position`. The document reads the few
+    // units an edit is about to overwrite, so a storage should not materialise
+    // the rest. Called while the storage's owner is announcing an edit
+    // (`EditorDocument::willEdit`): it must not report anything back from here.
+    virtual QString textRange(qsizetype position, qsizetype length) const = 0;
+    // The text as valid UTF-8 in pieces of a few megabytes, each ending on a
+    // whole character, and the replacement of the text by such pieces. A
+    // program moves between storages this way so that no full second copy,
+    // and never a UTF-16 one, exists on the way. The defaults go through
+    // `text()` and `setText()`.
+    virtual QList<QByteArray> utf8Blocks() const;
+    virtual void setUtf8Blocks(QList<QByteArray> blocks);
 };
 
 // The default storage: one implicitly shared QString. Right after a load or a
@@ -46,6 +61,7 @@ public:
     void setText(const QString &text) override { m_text = text; }
     void replace(qsizetype position, qsizetype removed, const QString &inserted) override;
     qsizetype firstDifference(qsizetype position, QStringView expected) const override;
+    QString textRange(qsizetype position, qsizetype length) const override { return m_text.mid(position, length); }
 
 private:
     QString m_text;
@@ -59,22 +75,33 @@ private:
 // whether what they hold is current. Setting the text it already has changes
 // nothing and signals nothing.
 //
-// Dirty means exactly "the text differs from savedText"; there is no stored
-// flag, so an edit undone back to the saved text is clean again. To keep that
-// cheap on a 100 MB program the document remembers, as lower bounds, how many
-// leading and trailing units the text is known to share with the saved text.
-// An edit reported with its position shrinks those bounds to the untouched
-// parts; `isDirty` first compares lengths, then compares only the middle part
-// between the bounds (usually a few characters around the edits made since
-// the last save) and caches the answer for the current revision. A difference
-// found there is remembered too: edits after it cannot undo it, so while the
-// user types further down the text stays dirty without comparing. A whole-text
-// replacement (a tool, a reload) forgets the bounds, so the next check compares
-// everything once, which costs no more than producing that text did.
+// The saved text is not kept as a second copy of the program: a 100 MB file
+// would cost another 200 MB of UTF-16 for text that is nearly always equal to
+// what the editor holds. The document keeps the saved text as a window
+// instead: saved = text[0, a) + W + text[L - b, L), where a and b are how many
+// leading and trailing units the two share (lower bounds) and W is the saved
+// content in between. Right after a load or a save the window is closed: the
+// two are equal and W is empty. Before the text changes at `position`,
+// removing `removed` units, the window is widened to cover them, copying the
+// units it newly covers (still equal to the saved ones) into W; the first edit
+// after a save copies only the units it removes. `savedText()` rebuilds the
+// whole saved text on demand.
 //
-// Edits come in two ways. `replace` edits through the document. `recordEdit`
-// is for an attached storage that its owner (the editor widget) has already
-// changed: the document is told where, not given the text.
+// Dirty means exactly "the text differs from savedText"; there is no stored
+// flag, so an edit undone back to the saved text is clean again. `isDirty`
+// first compares lengths, then compares only the window with W (usually a few
+// characters around the edits made since the last save) and caches the answer
+// for the current revision. A window found equal closes; a difference found
+// in it is remembered: edits after it cannot undo it, so while the user types
+// further down the text stays dirty without comparing.
+//
+// Edits come in two ways. `replace` edits through the document. An attached
+// storage's owner (the editor widget) announces each change with `willEdit`
+// while the storage still holds the old text, and reports it with `recordEdit`
+// once made (several announced changes may be reported as one): the document
+// is told where, not given the text. An edit reported without its
+// announcement leaves the saved text unknown; the document then counts as
+// dirty until the next save or load, never as clean by mistake.
 //
 // Saving writes the text atomically; a failed save leaves the file on disk and
 // the document (url, saved text, dirty state) as they were, and hands the
@@ -108,13 +135,20 @@ public:
     void setText(const QString &text);
     // Replaces `removed` units at `position` with `inserted` through the storage.
     void replace(qsizetype position, qsizetype removed, const QString &inserted);
+    // The attached storage is about to replace `removed` units at `position`
+    // and still holds the text before that change.
+    void willEdit(qsizetype position, qsizetype removed);
     // The attached storage has already replaced `removed` units at `position`
     // with `inserted` units; account for it. A change of nothing is ignored.
     void recordEdit(qsizetype position, qsizetype removed, qsizetype inserted);
-    // The attached storage changed in a way its owner cannot describe.
+    // The attached storage changed in a way its owner cannot describe; it
+    // announced that with `willEdit(0, textLength())` beforehand.
     void recordEdit();
 
-    QString savedText() const { return m_savedText; }
+    // Rebuilt from the text and the window; for saving elsewhere and checks,
+    // not per keystroke.
+    QString savedText() const;
+    qsizetype savedLength() const;
     void setSavedText(const QString &savedText);
 
     qint64 revision() const { return m_revision; }
@@ -124,6 +158,10 @@ public:
     // The file's contents arrived: they become both text and saved text (one
     // shared buffer), and loading ends.
     void finishLoading(const QString &contents);
+    // The same for contents read as valid UTF-8 blocks (see
+    // DocumentTextStorage::utf8Blocks), which the document keeps as they are
+    // or hands on to its attached storage one block at a time.
+    void finishLoading(QList<QByteArray> utf8Blocks);
 
     bool isDirty() const;
 
@@ -135,7 +173,7 @@ public:
     // Hands the text over to `storage`: its old contents are replaced by the
     // document's text. Revision and dirty state are unchanged.
     void attachStorage(std::unique_ptr<DocumentTextStorage> storage);
-    // Takes the text back into a plain string and returns the storage that was
+    // Takes the text back into UTF-8 blocks and returns the storage that was
     // attached (null if none was).
     std::unique_ptr<DocumentTextStorage> detachStorage();
     bool hasAttachedStorage() const { return m_attached; }
@@ -151,23 +189,28 @@ signals:
 
 private:
     void textDidChange();
-    void forgetBounds();
     void markSavedEqualsText();
+    void finishLoadingWith(bool changed);
 
     const QUuid m_id = QUuid::createUuid();
     QUrl m_url;
     std::unique_ptr<DocumentTextStorage> m_storage;
     bool m_attached = false;
-    QString m_savedText;
     qint64 m_revision = 0;
     bool m_loading = false;
 
-    // Text and saved text agree on their first m_commonPrefix and their last
-    // m_commonSuffix units (lower bounds; see the class comment).
-    mutable qsizetype m_commonPrefix = 0;
-    mutable qsizetype m_commonSuffix = 0;
-    // The unit right after the common prefix is known to differ.
-    mutable bool m_prefixEndsAtDifference = false;
+    // The saved text, as a window over the text (see the class comment).
+    // Closed: the two are equal. Open: they share the first m_windowStart and
+    // the last m_windowTail units, and m_savedWindow is what the saved text
+    // has in between.
+    mutable bool m_windowOpen = false;
+    mutable qsizetype m_windowStart = 0;
+    mutable qsizetype m_windowTail = 0;
+    mutable QString m_savedWindow;
+    // The first unit of the window is known to differ from the saved one.
+    mutable bool m_windowStartsAtDifference = false;
+    // An edit arrived unannounced: what was saved is no longer known.
+    bool m_savedUnknown = false;
     mutable qint64 m_dirtyRevision = -1; // revision the cached answer is for; -1 none
     mutable bool m_dirty = false;
 };

@@ -87,7 +87,7 @@ bool TextFileStream::fill()
     }
 }
 
-std::optional<QStringView> TextFileStream::next()
+std::optional<TextFileStream::Span> TextFileStream::nextSpan()
 {
     if (!m_status.ok() || !m_device || !fill()) {
         return std::nullopt;
@@ -96,36 +96,72 @@ std::optional<QStringView> TextFileStream::next()
     if (cut == 0) {
         return std::nullopt;
     }
-    qsizetype begin = 0;
-    const bool firstBlock = !m_started;
-    if (firstBlock) {
+    Span span{0, cut, !m_started};
+    if (span.first) {
         m_started = true;
         if (QByteArrayView(m_bytes.constData(), cut).startsWith(QByteArrayView(kByteOrderMark, 3))) {
             m_status.hadByteOrderMark = true;
-            begin = 3;
+            span.begin = 3;
         }
     }
-    const QByteArrayView block(m_bytes.constData() + begin, cut - begin);
+    return span;
+}
+
+void TextFileStream::consume(qsizetype end)
+{
+    std::memmove(m_bytes.data(), m_bytes.constData() + end, size_t(m_filled - end));
+    m_filled -= end;
+    m_consumed += end;
+}
+
+void TextFileStream::failInvalid(qsizetype begin, QByteArrayView block)
+{
+    // Same guard as TextFile::decode: our scan agrees with the decoder on
+    // every form it rejects, so the block start is only a fallback.
+    const qint64 bad = TextFile::firstInvalidUtf8Offset(block);
+    m_status.error = TextFile::ReadError::invalidUtf8;
+    m_status.invalidByteOffset = m_consumed + begin + (bad >= 0 ? bad : 0);
+}
+
+std::optional<QStringView> TextFileStream::next()
+{
+    const std::optional<Span> span = nextSpan();
+    if (!span) {
+        return std::nullopt;
+    }
+    const QByteArrayView block(m_bytes.constData() + span->begin, span->end - span->begin);
     // Stateless: the block ends after a line break or at the end of the file,
     // so a sequence cut short is an error here exactly as it is in TextFile::read.
     // The decoder drops a U+FEFF it finds first, which is right only at the
     // start of the file: later blocks keep one that starts a line.
-    QStringDecoder decoder(QStringDecoder::Utf8, firstBlock ? QStringDecoder::Flag::Stateless
-                                                            : QStringDecoder::Flag::Stateless |
-                                                                  QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(QStringDecoder::Utf8, span->first ? QStringDecoder::Flag::Stateless
+                                                             : QStringDecoder::Flag::Stateless |
+                                                                   QStringDecoder::Flag::ConvertInitialBom);
     m_text.resize(block.size()); // UTF-8 never takes fewer bytes than UTF-16 units
     const QChar *end = decoder.appendToBuffer(m_text.data(), block);
     if (decoder.hasError()) {
-        // Same guard as TextFile::decode: our scan agrees with the decoder on
-        // every form it rejects, so the block start is only a fallback.
-        const qint64 bad = TextFile::firstInvalidUtf8Offset(block);
-        m_status.error = TextFile::ReadError::invalidUtf8;
-        m_status.invalidByteOffset = m_consumed + begin + (bad >= 0 ? bad : 0);
+        failInvalid(span->begin, block);
         return std::nullopt;
     }
     m_text.resize(end - m_text.constData());
-    std::memmove(m_bytes.data(), m_bytes.constData() + cut, size_t(m_filled - cut));
-    m_filled -= cut;
-    m_consumed += cut;
+    consume(span->end);
     return QStringView(m_text);
+}
+
+std::optional<QByteArray> TextFileStream::nextBytes()
+{
+    const std::optional<Span> span = nextSpan();
+    if (!span) {
+        return std::nullopt;
+    }
+    const QByteArrayView block(m_bytes.constData() + span->begin, span->end - span->begin);
+    // The block ends after a line break or at the end of the file, so a
+    // sequence cut short counts as bad, as it does in TextFile::read.
+    if (TextFile::firstInvalidUtf8Offset(block) >= 0) {
+        failInvalid(span->begin, block);
+        return std::nullopt;
+    }
+    QByteArray bytes = block.toByteArray();
+    consume(span->end);
+    return bytes;
 }

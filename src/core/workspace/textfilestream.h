@@ -43,6 +43,10 @@ public:
     // The next block of whole lines, valid until the next call; absent at the
     // end of the file or on an error (see `status()`).
     std::optional<QStringView> next();
+    // The same block as bytes, checked to be valid UTF-8 but not decoded: for
+    // keeping a program as UTF-8 (half the size of its UTF-16). Use either
+    // this or `next` on one stream.
+    std::optional<QByteArray> nextBytes();
 
     // The outcome so far: the error, the offset of a bad byte, the system's
     // text and whether a byte order mark was dropped. `text` stays empty.
@@ -51,6 +55,16 @@ public:
 private:
     // Reads until a line break is in hand or the input ends.
     bool fill();
+    // The next block of whole lines in m_bytes: where it begins (after a byte
+    // order mark) and ends; absent at the end or on an error.
+    struct Span {
+        qsizetype begin = 0;
+        qsizetype end = 0;
+        bool first = false;
+    };
+    std::optional<Span> nextSpan();
+    void consume(qsizetype end);
+    void failInvalid(qsizetype begin, QByteArrayView block);
     void fail(TextFile::ReadError error, const QString &why);
 
     std::unique_ptr<QIODevice> m_owned;

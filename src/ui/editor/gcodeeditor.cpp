@@ -29,6 +29,7 @@ using ColorClass = GCodeHighlighter::ColorClass;
 constexpr qsizetype kMargin = 8000;          // characters coloured beyond each side of the screen
 constexpr qsizetype kLoadChunk = 1 << 20;    // UTF-16 units converted per append while loading
 constexpr qsizetype kCompareChunk = 1 << 16; // UTF-16 units compared per step
+constexpr qsizetype kTakeChunk = 4 << 20;    // bytes per block when the text leaves the buffer
 constexpr int kFirstStyle = 40;              // above Scintilla's predefined styles 32..39
 constexpr int kDwellMilliseconds = 500;
 
@@ -213,6 +214,11 @@ void GCodeEditor::applyExternalText(const QString &text)
     loadText(text, m_restoreOnLoad);
 }
 
+void GCodeEditor::applyExternalUtf8(QList<QByteArray> blocks)
+{
+    loadUtf8(std::move(blocks), m_restoreOnLoad);
+}
+
 void GCodeEditor::applyExternalReplace(qsizetype position, qsizetype removed, const QString &inserted)
 {
     flushEdits();
@@ -259,6 +265,49 @@ qsizetype GCodeEditor::firstDifference(qsizetype position, QStringView expected)
     return -1;
 }
 
+QString GCodeEditor::textRange16(qsizetype position, qsizetype length) const
+{
+    // No flush: the document reads here while an edit is being announced.
+    const qsizetype from = toBytes(position);
+    const qsizetype to = toBytes(position + length);
+    if (to <= from) {
+        return QString();
+    }
+    const auto *bytes = reinterpret_cast<const char *>(
+        SendScintilla(SCI_GETRANGEPOINTER, static_cast<unsigned long>(from), static_cast<long>(to - from)));
+    return QString::fromUtf8(bytes, to - from);
+}
+
+QList<QByteArray> GCodeEditor::utf8Blocks() const
+{
+    const_cast<GCodeEditor *>(this)->flushEdits();
+    const qsizetype length = SendScintilla(SCI_GETLENGTH);
+    const auto *bytes = static_cast<const char *>(SendScintillaPtrResult(SCI_GETCHARACTERPOINTER));
+    QList<QByteArray> blocks;
+    for (qsizetype from = 0; from < length;) {
+        qsizetype to = std::min(length, from + kTakeChunk);
+        if (to < length) {
+            // Whole lines where there is a line break, whole characters always.
+            const auto *lineEnd = static_cast<const char *>(std::memchr(bytes + from, '\n', size_t(to - from)));
+            if (lineEnd) {
+                for (const char *p = bytes + to - 1; p >= lineEnd; --p) {
+                    if (*p == '\n') {
+                        to = p - bytes + 1;
+                        break;
+                    }
+                }
+            } else {
+                while (to > from + 1 && (static_cast<unsigned char>(bytes[to]) & 0xC0) == 0x80) {
+                    --to;
+                }
+            }
+        }
+        blocks.append(QByteArray(bytes + from, to - from));
+        from = to;
+    }
+    return blocks;
+}
+
 QString GCodeEditor::wholeText() const
 {
     const_cast<GCodeEditor *>(this)->flushEdits();
@@ -303,23 +352,77 @@ qsizetype GCodeEditor::toBytes(qsizetype utf16Position) const
 
 // ---- loading and view state ----------------------------------------------------------------------
 
-void GCodeEditor::loadText(const QString &text, bool restoring)
+void GCodeEditor::beginLoad()
 {
-    const ViewState current = captureViewState();
     ++m_loadGeneration;
     Q_ASSERT(m_loadGeneration > 0); // overflow would let stale passes through
     m_highlightScheduled = false;
     m_coloured.clear();
     m_pending = {};
     m_insertion = {};
+}
 
+void GCodeEditor::loadText(const QString &text, bool restoring)
+{
+    const ViewState current = captureViewState();
+    beginLoad();
     m_applyingExternalChange = true;
     setBufferText(text);
     m_applyingExternalChange = false;
     m_length16 = text.size();
     m_textCache = text;
     m_textCacheValid = true;
+    endLoad(current, restoring);
+}
 
+void GCodeEditor::loadUtf8(QList<QByteArray> blocks, bool restoring)
+{
+    const ViewState current = captureViewState();
+    beginLoad();
+    qsizetype bytes = 0;
+    for (const QByteArray &block : std::as_const(blocks)) {
+        bytes += block.size();
+    }
+    // Each block is released once it is in the buffer, so the program is
+    // never held twice in full; no undo record either (a copy of it all).
+    m_applyingExternalChange = true;
+    SendScintilla(SCI_SETUNDOCOLLECTION, 0UL);
+    SendScintilla(SCI_CLEARALL);
+    SendScintilla(SCI_ALLOCATE, static_cast<unsigned long>(bytes + 1));
+    qsizetype units = 0;
+    bool crlf = false;
+    bool breakSeen = false;
+    char previous = 0;
+    while (!blocks.isEmpty()) {
+        const QByteArray block = blocks.takeFirst();
+        if (block.isEmpty()) {
+            continue;
+        }
+        if (!breakSeen) {
+            const qsizetype firstBreak = block.indexOf('\n');
+            if (firstBreak >= 0) {
+                breakSeen = true;
+                crlf = (firstBreak > 0 ? block.at(firstBreak - 1) : previous) == '\r';
+            }
+        }
+        previous = block.back();
+        units += utf16Units(block.constData(), block.size());
+        SendScintilla(SCI_APPENDTEXT, static_cast<uintptr_t>(block.size()), block.constData());
+    }
+    SendScintilla(SCI_EMPTYUNDOBUFFER);
+    SendScintilla(SCI_SETUNDOCOLLECTION, 1UL);
+    SendScintilla(SCI_SETSAVEPOINT);
+    // New lines typed follow the file's own convention.
+    SendScintilla(SCI_SETEOLMODE, crlf ? SC_EOL_CRLF : SC_EOL_LF);
+    m_applyingExternalChange = false;
+    m_length16 = units;
+    m_textCache = QString();
+    m_textCacheValid = false;
+    endLoad(current, restoring);
+}
+
+void GCodeEditor::endLoad(const ViewState &current, bool restoring)
+{
     if (restoring) {
         const auto saved = m_states.constFind(m_documentId);
         restoreViewState(saved == m_states.constEnd() ? nullptr : &*saved);
@@ -495,21 +598,26 @@ void GCodeEditor::onModified(int position, int type, int length)
     // applies to: measure it in UTF-16 now. An insertion before this one is
     // in the buffer by now and can be counted.
     resolveInsertion();
+    const bool inserting = type & SC_MOD_BEFOREINSERT;
+    if ((!inserting && !(type & SC_MOD_BEFOREDELETE)) || length == 0) {
+        return;
+    }
     const qsizetype at = toUtf16(position);
-    qsizetype removed = 0;
-    if (type & SC_MOD_BEFOREINSERT) {
+    const qsizetype removed = inserting ? 0
+                                        : SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(position),
+                                                        static_cast<long>(position + length));
+    if (m_document && m_storage) {
+        // The document copies what it needs of the saved text while the
+        // buffer still holds it. Changes already pending stay pending: one
+        // user action is one revision.
+        m_announcingEdit = true;
+        m_document->willEdit(at, removed);
+        m_announcingEdit = false;
+    }
+    if (inserting) {
         // The notification does not carry the text, so the inserted units
         // are counted once they are in the buffer.
         m_insertion = {true, position, length};
-    } else if (type & SC_MOD_BEFOREDELETE) {
-        removed = SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(position),
-                                static_cast<long>(position + length));
-    } else {
-        return;
-    }
-    if (length == 0) {
-        m_insertion = {};
-        return;
     }
     // Several changes before one report merge into one: what lies before the
     // first touched unit and after the last one is unchanged.
@@ -546,7 +654,7 @@ void GCodeEditor::resolveInsertion() const
 
 void GCodeEditor::flushEdits()
 {
-    if (!m_pending.active) {
+    if (!m_pending.active || m_announcingEdit) {
         return;
     }
     resolveInsertion();

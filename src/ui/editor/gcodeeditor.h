@@ -141,10 +141,16 @@ private:
     // Storage side, called by the document through ScintillaTextStorage.
     void applyExternalText(const QString &text);
     void applyExternalReplace(qsizetype position, qsizetype removed, const QString &inserted);
+    void applyExternalUtf8(QList<QByteArray> blocks);
     qsizetype firstDifference(qsizetype position, QStringView expected) const;
+    QString textRange16(qsizetype position, qsizetype length) const;
+    QList<QByteArray> utf8Blocks() const;
     void storageDestroyed(ScintillaTextStorage *storage);
 
     void loadText(const QString &text, bool restoring);
+    void loadUtf8(QList<QByteArray> blocks, bool restoring);
+    void beginLoad();
+    void endLoad(const ViewState &current, bool restoring);
     void setBufferText(const QString &text);
     ViewState captureViewState() const;
     void saveViewState();
@@ -183,6 +189,9 @@ private:
     mutable Insertion m_insertion;
     bool m_flushQueued = false;
     bool m_applyingExternalChange = false;
+    // The document is being told of a change about to happen; it may read
+    // the text, but nothing may be reported back to it meanwhile.
+    bool m_announcingEdit = false;
     bool m_restoreOnLoad = false;
     mutable QString m_textCache;
     mutable bool m_textCacheValid = false;

@@ -48,3 +48,20 @@ qsizetype ScintillaTextStorage::firstDifference(qsizetype position, QStringView 
     }
     return m_editor->firstDifference(position, expected);
 }
+
+QString ScintillaTextStorage::textRange(qsizetype position, qsizetype length) const
+{
+    return m_editor ? m_editor->textRange16(position, length) : QString();
+}
+
+QList<QByteArray> ScintillaTextStorage::utf8Blocks() const
+{
+    return m_editor ? m_editor->utf8Blocks() : QList<QByteArray>();
+}
+
+void ScintillaTextStorage::setUtf8Blocks(QList<QByteArray> blocks)
+{
+    if (m_editor) {
+        m_editor->applyExternalUtf8(std::move(blocks));
+    }
+}

@@ -20,6 +20,9 @@ public:
     void setText(const QString &text) override;
     void replace(qsizetype position, qsizetype removed, const QString &inserted) override;
     qsizetype firstDifference(qsizetype position, QStringView expected) const override;
+    QString textRange(qsizetype position, qsizetype length) const override;
+    QList<QByteArray> utf8Blocks() const override;
+    void setUtf8Blocks(QList<QByteArray> blocks) override;
 
 private:
     QPointer<GCodeEditor> m_editor;

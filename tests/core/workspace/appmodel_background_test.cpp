@@ -4,7 +4,6 @@
 
 #include "programgenerator.h"
 
-#include <QElapsedTimer>
 #include <QSignalSpy>
 
 namespace {
@@ -56,23 +55,22 @@ TEST_F(AppModelTest, AResultForAnOlderRevisionIsNeverShown)
     EXPECT_EQ(model->cachedAnalysis(doc->id())->revision, doc->revision());
 }
 
+// How fast the older one stops is measured in the benchmarks; here, that its
+// result never lands anywhere.
 TEST_F(AppModelTest, ANewerRequestCancelsTheOlder)
 {
     EditorDocument *big = model->newDocument();
-    big->setText(ProgramGenerator::milling(20'000'000));
+    big->setText(ProgramGenerator::milling(5'000'000));
     model->refreshAnalysis();
     QFuture<ProgramAnalysis> older = model->analysisTask();
     EditorDocument *small = model->newDocument(); // selecting does not analyse while the panel is shut
     small->setText(QStringLiteral("G0 X1"));
-    QElapsedTimer clock;
-    clock.start();
     model->refreshAnalysis();
-    older.waitForFinished();
-    EXPECT_LT(clock.elapsed(), 50);
     EXPECT_TRUE(older.isCanceled());
-    ASSERT_TRUE(waitUntil([&] { return analysisSettled(*model); }));
+    ASSERT_TRUE(waitUntil([&] { return analysisSettled(*model) && older.isFinished(); }));
     EXPECT_EQ(model->analysis()->lineCount, 1);
     EXPECT_FALSE(model->cachedAnalysis(big->id()));
+    EXPECT_EQ(model->analysisCacheOrder(), QList<QUuid>{small->id()});
 }
 
 TEST_F(AppModelTest, AnalysisCacheKeepsTheFourMostRecentlyUsed)

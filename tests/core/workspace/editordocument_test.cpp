@@ -37,9 +37,11 @@ public:
         }
         return -1;
     }
-    // The user types into the widget; the document hears about it afterwards.
+    QString textRange(qsizetype position, qsizetype length) const override { return m_text.mid(position, length); }
+    // The user types into the widget; the document is told before and after.
     void type(EditorDocument &document, qsizetype position, qsizetype removed, const QString &inserted)
     {
+        document.willEdit(position, removed);
         m_text.replace(position, removed, inserted);
         document.recordEdit(position, removed, inserted.size());
     }
@@ -207,6 +209,7 @@ TEST(EditorDocument, AttachedStorageIsNeverCopiedForEditsOrDirtyChecks)
 
 
     // An edit the widget cannot describe is compared in full, still exactly.
+    document.willEdit(0, document.textLength());
     widget->setText(program);
     document.recordEdit();
     EXPECT_FALSE(document.isDirty());
