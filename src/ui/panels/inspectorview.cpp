@@ -14,6 +14,7 @@
 #include <QPainter>
 #include <QStackedWidget>
 #include <QStyledItemDelegate>
+#include <QTextLayout>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -89,6 +90,36 @@ private:
 
 namespace {
 
+// A jump row's text in at most two lines: the first as it breaks, the rest elided.
+QStringList twoLines(const QString &text, const QFont &font, int width)
+{
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    QTextLine first = layout.createLine();
+    if (!first.isValid()) {
+        layout.endLayout();
+        return {text};
+    }
+    first.setLineWidth(width);
+    layout.endLayout();
+    const int cut = first.textLength();
+    if (cut >= text.size()) {
+        return {text};
+    }
+    const QFontMetrics metrics(font);
+    return {text.left(cut).trimmed(), metrics.elidedText(text.mid(cut).trimmed(), Qt::ElideRight, width)};
+}
+
+int numberWidth(const QFontMetrics &metrics, int line)
+{
+    return line > 0 ? metrics.horizontalAdvance(QString::number(line)) + 8 : 0;
+}
+
+int jumpTextWidth(const QFontMetrics &metrics, int line)
+{
+    return InspectorView::panelWidth - 2 * kMargin - kIconSize - 8 - numberWidth(metrics, line);
+}
+
 // Draws the rows: titles in small bold capitals, summary keys left and values
 // right, jump rows as icon, text and a muted line number.
 class RowDelegate : public QStyledItemDelegate {
@@ -112,7 +143,8 @@ public:
         case InspectorView::RowKind::note:
             break;
         }
-        return {0, std::max(metrics.height(), kIconSize) + 9};
+        const auto lines = twoLines(row.text, option.font, jumpTextWidth(metrics, row.line)).size();
+        return {0, std::max(int(lines) * metrics.lineSpacing(), kIconSize) + 9};
     }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
@@ -152,20 +184,19 @@ public:
                 painter->setBrush(hover);
                 painter->drawRoundedRect(option.rect.adjusted(6, 1, -6, -1), 5, 5);
             }
-            const QRect iconRect(area.left(), area.center().y() - kIconSize / 2, kIconSize, kIconSize);
+            const QRect iconRect(area.left(), area.top() + 4 + (painter->fontMetrics().height() - kIconSize) / 2,
+                                 kIconSize, kIconSize);
             VarnIcons::bundled(row.icon, row.tint).paint(painter, iconRect);
-            QString number;
-            int numberWidth = 0;
+            painter->setFont(option.font);
+            const QFontMetrics metrics(option.font);
             if (row.line > 0) {
-                number = QString::number(row.line);
-                numberWidth = painter->fontMetrics().horizontalAdvance(number) + 8;
                 painter->setPen(muted);
-                painter->drawText(area, Qt::AlignRight | Qt::AlignVCenter, number);
+                painter->drawText(area.adjusted(0, 4, 0, 0), Qt::AlignRight | Qt::AlignTop, QString::number(row.line));
             }
-            const QRect textRect = area.adjusted(kIconSize + 8, 0, -numberWidth, 0);
+            const int width = jumpTextWidth(metrics, row.line);
             painter->setPen(text);
-            painter->drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter,
-                              painter->fontMetrics().elidedText(row.text, Qt::ElideRight, textRect.width()));
+            painter->drawText(QRect(area.left() + kIconSize + 8, area.top() + 4, width, area.height()),
+                              Qt::AlignLeft | Qt::AlignTop, twoLines(row.text, option.font, width).join(QLatin1Char('\n')));
             break;
         }
         }
