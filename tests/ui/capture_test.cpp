@@ -58,7 +58,7 @@ TEST_F(MainWindowTest, CaptureWritesTheWholeWindowAsPng)
 // The program itself: forced light look, no display, the delay, the size and the exit status.
 TEST(CaptureRun, VarnEditWritesThePngAndQuits)
 {
-    const QString program = QStringLiteral(VARN_BINARY_DIR "/src/app/varn-edit");
+    const QString program = QStringLiteral(VARN_BINARY_DIR "/varn-edit");
     if (!QFile::exists(program)) {
         GTEST_SKIP() << "varn-edit is not built";
     }

@@ -144,7 +144,7 @@ public:
             break;
         }
         const auto lines = twoLines(row.text, option.font, jumpTextWidth(metrics, row.line)).size();
-        return {0, std::max(int(lines) * metrics.lineSpacing(), kIconSize) + 9};
+        return {0, std::max(int(lines) * metrics.lineSpacing(), kIconSize) + 11};
     }
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
