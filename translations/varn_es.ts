@@ -1338,6 +1338,16 @@
     <message>
         <source>This cannot be undone.</source>
         <translation>Esta acción no se puede deshacer.</translation>
+        <source>Preferences…</source>
+        <translation>Preferencias…</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Salir</translation>
+    </message>
+    <message>
+        <source>G-code editor and DNC sender for CNC machines.</source>
+        <translation>Editor de código G y emisor DNC para máquinas CNC.</translation>
     </message>
 </context>
 </TS>

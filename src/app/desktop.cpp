@@ -1,20 +1,36 @@
-// Stand-in until the main window exists: it runs the model's start-up so the
-// launch path is exercised end to end, says on stderr that there is no window
-// yet, and ends. The window replaces this file.
+// The interactive and capture runs: the main window over the model, and in a
+// capture the forced appearance and the delayed screenshot.
 #include "desktop.h"
+
+#include "panels/qtdialogs.h"
+#include "theme/appearance.h"
+#include "window/mainwindow.h"
+#include "window/windowcapture.h"
 
 #include "workspace/appmodel.h"
 
 #include <QApplication>
-
-#include <cstdio>
+#include <QTimer>
 
 int runDesktop(QApplication &app, AppModel &model, const LaunchMode &launch)
 {
-    Q_UNUSED(launch);
-    model.bootstrap();
-    app.processEvents();
-    std::fprintf(stderr, "varn-edit: the main window is not built yet (%d document(s) open)\n",
-                 int(model.documents().size()));
-    return 0;
+    MainWindow window(model);
+    QtDialogs dialogs(&window);
+    model.setDialogs(&dialogs);
+
+    if (launch.kind == LaunchMode::Kind::capture) {
+        // The model leaves the appearance alone while a capture is staged.
+        if (launch.captureAppearance == AppearanceMode::light) {
+            Appearance::applyLight();
+        } else {
+            Appearance::applyDark();
+        }
+        QTimer::singleShot(captureDelayMs, &app,
+                           [path = launch.capturePath] { WindowCapture::captureAndExit(path); });
+    }
+
+    window.show(); // its first appearance runs the model's start-up
+    const int status = app.exec();
+    model.setDialogs(nullptr);
+    return status;
 }

@@ -40,6 +40,11 @@ int main(int argc, char **argv)
         return 0;
     }
 
+    // A capture needs no screen: without a display it renders off-screen.
+    if (launch.kind == LaunchMode::Kind::capture && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
+        qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("VarnEdit"));
     QApplication::setApplicationName(QStringLiteral("VarnEdit"));

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "workspace/l10n.h"
+
+#include <QSet>
+#include <QUuid>
+#include <QWidget>
+
+#include <functional>
+
+class AppModel;
+class EditorController;
+class EditorDocument;
+class GCodeEditor;
+class QLabel;
+class QStackedWidget;
+class QTabBar;
+class QToolButton;
+
+// The middle of the window: a row of tabs, one per open program in the
+// model's order, and the code editor showing the selected one; with nothing
+// open, an invitation to create, open or drop a program.
+//
+// A tab reads the program's file name (or "Untitled"), a dot while it has
+// unsaved changes and "Loading…" while its file is still being read. Closing a
+// tab with unsaved work asks first; the model itself closes without asking.
+// Choosing "Save" closes the tab only once the save has gone through, so a
+// cancelled save panel or a failed write keeps the work on screen.
+class EditorPane : public QWidget {
+    Q_OBJECT
+
+public:
+    enum class CloseAnswer { save, dontSave, cancel };
+    using CloseQuestion = std::function<CloseAnswer(EditorDocument *)>;
+
+    EditorPane(AppModel &model, EditorController &controller, QWidget *parent = nullptr);
+
+    GCodeEditor *editor() const { return m_editor; }
+    QTabBar *tabBar() const { return m_tabs; }
+    QToolButton *newButton() const { return m_new; }
+    bool isShowingEmptyState() const;
+
+    // Asks before closing `document` when it is dirty, then closes it or not.
+    void requestClose(EditorDocument *document);
+    // Who answers the unsaved-work question; a message box unless replaced (tests).
+    void setCloseQuestion(CloseQuestion question) { m_question = std::move(question); }
+
+    // What a tab says for a document.
+    static QString tabText(const EditorDocument &document, bool dirty, AppLanguage language);
+
+private:
+    void syncTabs();
+    void syncSelection();
+    void updateTab(EditorDocument *document);
+    void retranslate();
+    int indexOf(const EditorDocument *document) const;
+    CloseAnswer askAboutUnsavedWork(EditorDocument *document);
+
+    AppModel &m_model;
+    QTabBar *m_tabs;
+    QToolButton *m_new;
+    QStackedWidget *m_stack;
+    GCodeEditor *m_editor;
+    QWidget *m_empty;
+    QLabel *m_emptyTitle;
+    QLabel *m_emptyMessage;
+    CloseQuestion m_question;
+    QSet<QUuid> m_watched; // documents whose changes update their tab
+    bool m_syncing = false;
+};
