@@ -1338,6 +1338,8 @@
     <message>
         <source>This cannot be undone.</source>
         <translation>Esta acción no se puede deshacer.</translation>
+    </message>
+    <message>
         <source>Preferences…</source>
         <translation>Preferencias…</translation>
     </message>

@@ -2,7 +2,11 @@
 // capture the forced appearance and the delayed screenshot.
 #include "desktop.h"
 
+#include "panels/filesidebar.h"
+#include "panels/machinesettingsdialog.h"
+#include "panels/preferencesdialog.h"
 #include "panels/qtdialogs.h"
+#include "panels/sendpanel.h"
 #include "theme/appearance.h"
 #include "window/mainwindow.h"
 #include "window/windowcapture.h"
@@ -15,6 +19,10 @@
 int runDesktop(QApplication &app, AppModel &model, const LaunchMode &launch)
 {
     MainWindow window(model);
+    window.setSidebar(new FileSidebar(model, &window));
+    window.setSendPanel(new SendPanel(model, &window));
+    window.setMachineSettingsFactory([&model](QWidget *parent) { return new MachineSettingsDialog(model, parent); });
+    window.setPreferencesFactory([&model](QWidget *parent) { return new PreferencesDialog(model, parent); });
     QtDialogs dialogs(&window);
     model.setDialogs(&dialogs);
 
