@@ -1,4 +1,5 @@
 // Inputs the fuzz targets found, kept so the faults stay fixed.
+#include "machines/machine.h"
 #include "nc/gcodehighlighter.h"
 #include "workspace/textfile.h"
 
@@ -37,4 +38,18 @@ TEST(FuzzFindings, OnlyTheFirstByteOrderMarkIsDropped)
     ASSERT_TRUE(twice.ok());
     EXPECT_TRUE(twice.hadByteOrderMark);
     EXPECT_EQ(twice.text, QString(QChar(0xFEFF)));
+}
+
+TEST(FuzzFindings, HandEditedSpeedsBeyondAnIntReachThePortClamped)
+{
+    // Valid JSON, every key of the right type: the store takes it without validation.
+    const QByteArray json = R"([{"id":"x","name":"Mill","baudRate":4294967296,"dataBits":-4294967296,)"
+                            R"("parity":"N","stopBits":9000000000,"flowControl":"none","lineTerminator":"LF",)"
+                            R"("dtr":false,"rts":false,"dripFeed":false}])";
+    const std::optional<QList<Machine>> decoded = Machine::decodeList(json);
+    ASSERT_TRUE(decoded.has_value());
+    const SerialLineSettings line = decoded->first().lineSettings();
+    EXPECT_EQ(line.baudRate, std::numeric_limits<int>::max());
+    EXPECT_EQ(line.dataBits, std::numeric_limits<int>::min());
+    EXPECT_EQ(line.stopBits, std::numeric_limits<int>::max());
 }
