@@ -67,6 +67,9 @@ void scalingTool(const QString &text, QChar letter, double factor)
     // Only numbers change: the line breaks are copied as they stand.
     FUZZ_CHECK(FuzzSupport::framedLineCount(scaled) == FuzzSupport::framedLineCount(text));
     FUZZ_CHECK(FuzzSupport::containsCrLf(scaled) == FuzzSupport::containsCrLf(text));
+    // And every number written is a number: no "inf" or "nan" the input did not hold.
+    FUZZ_CHECK(scaled.count(u"inf") == text.count(u"inf"));
+    FUZZ_CHECK(scaled.count(u"nan") == text.count(u"nan"));
 }
 
 } // namespace

@@ -106,6 +106,7 @@ TEST(VarnGuards, NumbersPastSixtyFourBitsAreRefusedNotFatal)
 {
     QTemporaryDir dir;
     const QString program = writeFile(dir, "p.nc", "%\nG0 X1\nG1 F50 S20\nM30\n%\n");
+    const QString farDecimal = writeFile(dir, "d.nc", "G1 F1000.0 S" + QByteArray(310, '9') + ".5\n");
     struct Case {
         QStringList arguments;
         QByteArray message;
@@ -118,6 +119,9 @@ TEST(VarnGuards, NumbersPastSixtyFourBitsAreRefusedNotFatal)
         {{"scale-feed", "1000000000000000000000", program}, "would not fit in 64 bits"},
         {{"scale-spindle", "-1000000000000000000", program}, "would not fit in 64 bits"},
         {{"scale-feed", "1e400", program}, "1e400"},
+        // Past a double's range a decimal would be written back as "inf".
+        {{"scale-feed", "1" + QString(306, '0'), farDecimal}, "would not fit"},
+        {{"scale-spindle", "1.5", farDecimal}, "would not fit"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.arguments.join(' ').toStdString());
