@@ -219,9 +219,14 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
         ASSERT_GE(child, 0);
         if (child == 0) {
             // Only the writes, then out without running anyone's destructors.
+            // The backup clock stands still, so every backup replaces the last.
+            BackupStore backups(dir.filePath("Backups"), [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); });
+            EditorDocument document(QUrl::fromLocalFile(target), versionA);
             for (int i = 0;; ++i) {
                 TextFile::writeAtomically(target, i % 2 ? versionA : versionB);
                 TextFile::writeBytesAtomically(machines, Machine::encodeList(i % 2 ? profilesA : profilesB));
+                document.setText(i % 2 ? versionB : versionA);
+                backups.writeBackup(document);
             }
             ::_exit(0);
         }
@@ -235,6 +240,8 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
         ASSERT_TRUE(program == bytesA || program == bytesB) << "round " << round << ": " << program.size() << " bytes";
         const auto profiles = Machine::decodeList(readAll(machines));
         ASSERT_TRUE(profiles == profilesA || profiles == profilesB) << "round " << round;
+        const QByteArray backup = readAll(dir.filePath("Backups/part_20250303-140509.nc.bak"));
+        ASSERT_TRUE(backup.isEmpty() || backup == bytesA || backup == bytesB) << "round " << round;
         seenA += program == bytesA ? 1 : 0;
         seenB += program == bytesB ? 1 : 0;
     }
