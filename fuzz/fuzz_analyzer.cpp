@@ -21,7 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!program) {
         return 0;
     }
-    const AppLanguage language = (FuzzSupport::hash(data, size) & 1) ? AppLanguage::spanish : AppLanguage::english;
+    const AppLanguage language =
+        (FuzzSupport::hash(data, size) & 1) ? AppLanguage::spanish : AppLanguage::english;
     const ProgramAnalysis analysis = ProgramAnalyzer::analyze(*program, language);
 
     FUZZ_CHECK(!analysis.cancelled);

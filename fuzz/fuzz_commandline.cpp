@@ -14,17 +14,16 @@ namespace {
 
 const CommandSpec &spec()
 {
-    static const CommandSpec command{
-        QStringLiteral("renumber"),
-        QStringLiteral("varn renumber [--start N] [--increment N] [FILE]"),
-        QStringLiteral("Renumber"),
-        {{QStringLiteral("--start"), {}, true},
-         {QStringLiteral("--increment"), {}, true},
-         {QStringLiteral("--in-place"), QStringLiteral("-i"), false},
-         {QStringLiteral("--json"), {}, false}},
-        0,
-        1,
-        {}};
+    static const CommandSpec command{QStringLiteral("renumber"),
+                                     QStringLiteral("varn renumber [--start N] [--increment N] [FILE]"),
+                                     QStringLiteral("Renumber"),
+                                     {{QStringLiteral("--start"), {}, true},
+                                      {QStringLiteral("--increment"), {}, true},
+                                      {QStringLiteral("--in-place"), QStringLiteral("-i"), false},
+                                      {QStringLiteral("--json"), {}, false}},
+                                     0,
+                                     1,
+                                     {}};
     return command;
 }
 
@@ -64,8 +63,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         FUZZ_CHECK(invocation.command == spec().name);
         FUZZ_CHECK(invocation.help || invocation.positionals.size() <= spec().maxPositionals);
         for (auto it = invocation.values.cbegin(); it != invocation.values.cend(); ++it) {
-            const bool declared = std::any_of(spec().options.cbegin(), spec().options.cend(),
-                                              [&](const OptionSpec &option) { return option.name == it.key(); });
+            const bool declared =
+                std::any_of(spec().options.cbegin(), spec().options.cend(),
+                            [&](const OptionSpec &option) { return option.name == it.key(); });
             FUZZ_CHECK(declared);
         }
     } else {

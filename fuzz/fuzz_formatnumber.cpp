@@ -28,7 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     double value = 0;
     std::memcpy(&value, data, sizeof value);
-    const std::optional<QString> original = FuzzSupport::programText(data + sizeof value, size - sizeof value);
+    const std::optional<QString> original =
+        FuzzSupport::programText(data + sizeof value, size - sizeof value);
     if (!original) {
         return 0;
     }

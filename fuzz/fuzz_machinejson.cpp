@@ -12,8 +12,9 @@
 
 namespace {
 
-const QStringList kFieldOrder = {"id",          "name",           "baudRate", "dataBits", "parity",  "stopBits",
-                                 "flowControl", "lineTerminator", "dtr",      "rts",      "dripFeed"};
+const QStringList kFieldOrder = {"id",     "name",     "baudRate",    "dataBits",
+                                 "parity", "stopBits", "flowControl", "lineTerminator",
+                                 "dtr",    "rts",      "dripFeed"};
 
 // The keys of one flat JSON object in the order they are written. Values of a
 // profile are strings, numbers and booleans only, so depth never exceeds one.

@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     }
     FUZZ_CHECK(codes.size() <= answer.size());
 
-    static const QString program = QStringLiteral("%\nO1000\nN10 G0 X0 M3 S1200 M8\nN20 M08 (M9)\nM9\nM30\n%\n");
+    static const QString program =
+        QStringLiteral("%\nO1000\nN10 G0 X0 M3 S1200 M8\nN20 M08 (M9)\nM9\nM30\n%\n");
     const QString removed = NCTools::removeMCodes(program, codes);
     FUZZ_CHECK(FuzzSupport::framedLineCount(removed) <= FuzzSupport::framedLineCount(program));
     return 0;

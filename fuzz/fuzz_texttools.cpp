@@ -19,7 +19,13 @@ constexpr qint64 kMin = std::numeric_limits<qint64>::min();
 // Ordinary values and the ones at the edges of 64 bits.
 constexpr std::array<qint64, 8> kStarts = {10, 0, 1, -5, 100000, kMax - 3, kMin + 2, kMax};
 constexpr std::array<qint64, 8> kIncrements = {10, 1, 0, -10, 5, kMax / 2, kMin, kMax};
-constexpr std::array<double, 9> kFactors = {0.9, 1.1, 1.0, 0.0, -1.5, 1e300, 1e-300,
+constexpr std::array<double, 9> kFactors = {0.9,
+                                            1.1,
+                                            1.0,
+                                            0.0,
+                                            -1.5,
+                                            1e300,
+                                            1e-300,
                                             std::numeric_limits<double>::infinity(),
                                             std::numeric_limits<double>::quiet_NaN()};
 
@@ -63,7 +69,8 @@ void scalingTool(const QString &text, QChar letter, double factor)
     if (!NCTools::scalingFits(text, letter, factor)) {
         return;
     }
-    const QString scaled = letter == u'F' ? NCTools::scaleFeed(text, factor) : NCTools::scaleSpindle(text, factor);
+    const QString scaled =
+        letter == u'F' ? NCTools::scaleFeed(text, factor) : NCTools::scaleSpindle(text, factor);
     // Only numbers change: the line breaks are copied as they stand.
     FUZZ_CHECK(FuzzSupport::framedLineCount(scaled) == FuzzSupport::framedLineCount(text));
     FUZZ_CHECK(FuzzSupport::containsCrLf(scaled) == FuzzSupport::containsCrLf(text));

@@ -9,6 +9,7 @@
 #include "workspace/textfile.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -49,7 +50,8 @@ QStringList entries(const QString &folder)
 // be the immutable attribute. Cleared again on destruction so the folder can go.
 class ImmutableFolder {
 public:
-    explicit ImmutableFolder(const QString &path) : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY))
+    explicit ImmutableFolder(const QString &path)
+        : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY))
     {
         int flags = 0;
         if (m_fd >= 0 && ::ioctl(m_fd, FS_IOC_GETFLAGS, &flags) == 0) {
@@ -119,7 +121,9 @@ std::vector<Writer> writers()
 {
     return {
         {"TextFile::writeAtomically",
-         [](const QString &, const QString &target) { return TextFile::writeAtomically(target, newText()).isEmpty(); }},
+         [](const QString &, const QString &target) {
+             return TextFile::writeAtomically(target, newText()).isEmpty();
+         }},
         {"TextFile::writeBytesAtomically",
          [](const QString &, const QString &target) {
              return TextFile::writeBytesAtomically(target, newText().toUtf8()).isEmpty();
@@ -211,6 +215,21 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
     profilesB.first().name = versionB.left(500000);
     writeFile(machines, Machine::encodeList(profilesA));
 
+    // Kills spread over about three rounds of the child's loop, whatever this
+    // machine's speed (a sanitizer build is several times slower).
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("Scratch")));
+    QElapsedTimer oneRound;
+    oneRound.start();
+    {
+        BackupStore backups(dir.filePath("Scratch"));
+        EditorDocument document(QUrl::fromLocalFile(target), versionB);
+        TextFile::writeAtomically(dir.filePath("Scratch/part.nc"), versionB);
+        TextFile::writeBytesAtomically(dir.filePath("Scratch/machines.json"), Machine::encodeList(profilesB));
+        backups.writeBackup(document);
+    }
+    const int spreadMicroseconds = int(qMax<qint64>(oneRound.elapsed(), 5) * 3000);
+    QDir(dir.filePath("Scratch")).removeRecursively();
+
     std::mt19937 random(20250303);
     int seenA = 0;
     int seenB = 0;
@@ -218,9 +237,10 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            // Only the writes, then out without running anyone's destructors.
+            // Saves over and over until the parent kills it; nothing after the loop runs.
             // The backup clock stands still, so every backup replaces the last.
-            BackupStore backups(dir.filePath("Backups"), [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); });
+            BackupStore backups(dir.filePath("Backups"),
+                                [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); });
             EditorDocument document(QUrl::fromLocalFile(target), versionA);
             for (int i = 0;; ++i) {
                 TextFile::writeAtomically(target, i % 2 ? versionA : versionB);
@@ -230,14 +250,16 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
             }
             ::_exit(0);
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(std::uniform_int_distribution<int>(0, 60000)(random)));
+        std::this_thread::sleep_for(
+            std::chrono::microseconds(std::uniform_int_distribution<int>(0, spreadMicroseconds)(random)));
         ::kill(child, SIGKILL);
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status));
 
         const QByteArray program = readAll(target);
-        ASSERT_TRUE(program == bytesA || program == bytesB) << "round " << round << ": " << program.size() << " bytes";
+        ASSERT_TRUE(program == bytesA || program == bytesB)
+            << "round " << round << ": " << program.size() << " bytes";
         const auto profiles = Machine::decodeList(readAll(machines));
         ASSERT_TRUE(profiles == profilesA || profiles == profilesB) << "round " << round;
         const QByteArray backup = readAll(dir.filePath("Backups/part_20250303-140509.nc.bak"));

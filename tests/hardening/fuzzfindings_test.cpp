@@ -43,9 +43,10 @@ TEST(FuzzFindings, OnlyTheFirstByteOrderMarkIsDropped)
 TEST(FuzzFindings, HandEditedSpeedsBeyondAnIntReachThePortClamped)
 {
     // Valid JSON, every key of the right type: the store takes it without validation.
-    const QByteArray json = R"([{"id":"x","name":"Mill","baudRate":4294967296,"dataBits":-4294967296,)"
-                            R"("parity":"N","stopBits":9000000000,"flowControl":"none","lineTerminator":"LF",)"
-                            R"("dtr":false,"rts":false,"dripFeed":false}])";
+    const QByteArray json =
+        R"([{"id":"x","name":"Mill","baudRate":4294967296,"dataBits":-4294967296,)"
+        R"("parity":"N","stopBits":9000000000,"flowControl":"none","lineTerminator":"LF",)"
+        R"("dtr":false,"rts":false,"dripFeed":false}])";
     const std::optional<QList<Machine>> decoded = Machine::decodeList(json);
     ASSERT_TRUE(decoded.has_value());
     const SerialLineSettings line = decoded->first().lineSettings();

@@ -27,8 +27,8 @@ VarnRun varn(const QStringList &arguments)
     EXPECT_TRUE(process.waitForStarted(10000)) << "varn is built with the tests";
     process.closeWriteChannel();
     EXPECT_TRUE(process.waitForFinished(120000));
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
-            process.readAllStandardError()};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
 QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &bytes)
@@ -86,10 +86,12 @@ TEST_P(OddProgramFile, OpensAndWorksOrIsRefusedWithItsOffset)
     const ProgramAnalysis analysis = ProgramAnalyzer::analyze(read.text, AppLanguage::english);
     EXPECT_EQ(analysis.lineCount, odd.lines);
     EXPECT_EQ(NCTools::renumber(read.text, 10, 10).count(u'\n'), odd.lines - 1);
-    const auto spans = GCodeHighlighter::spans(read.text, 0, qMin<qsizetype>(read.text.size(), 4096), AppLanguage::english);
+    const auto spans =
+        GCodeHighlighter::spans(read.text, 0, qMin<qsizetype>(read.text.size(), 4096), AppLanguage::english);
     EXPECT_FALSE(read.text.isEmpty() || spans.runs.isEmpty());
     EXPECT_EQ(analyzed.status, 0) << analyzed.err.constData();
-    EXPECT_TRUE(analyzed.out.contains("\"lineCount\":" + QByteArray::number(odd.lines))) << analyzed.out.left(300).constData();
+    EXPECT_TRUE(analyzed.out.contains("\"lineCount\":" + QByteArray::number(odd.lines)))
+        << analyzed.out.left(300).constData();
 
     // Saving writes back what was read, without the one mark that was dropped.
     const QString copy = dir.filePath("copy.nc");
@@ -112,7 +114,8 @@ TEST(VarnGuards, NumbersPastSixtyFourBitsAreRefusedNotFatal)
         QByteArray message;
     };
     const QList<Case> cases = {
-        {{"renumber", "--start", "9223372036854775800", "--increment", "5", program}, "would not fit in 64 bits"},
+        {{"renumber", "--start", "9223372036854775800", "--increment", "5", program},
+         "would not fit in 64 bits"},
         {{"number-missing", "--start", "-9223372036854775808", "--increment", "-1", program},
          "would not fit in 64 bits"},
         {{"renumber", "--start", "9223372036854775808", program}, "needs a whole number"},

@@ -58,8 +58,8 @@ SerialLineSettings settings(int baud = 115200)
 
 std::unique_ptr<PosixSerialTransport> transportOn(const QString &path)
 {
-    return std::make_unique<PosixSerialTransport>(path, 450ms, 300ms, PosixSerialTransport::defaultOutputPending(),
-                                                  150ms, 10ms, 0ms);
+    return std::make_unique<PosixSerialTransport>(
+        path, 450ms, 300ms, PosixSerialTransport::defaultOutputPending(), 150ms, 10ms, 0ms);
 }
 
 // TCSETS2 itself needs the kernel's termios2, which cannot share a file with <termios.h>.
@@ -93,7 +93,9 @@ std::vector<WriteCase> writeCases()
          "(success)", true},
         {"ShortWritesContinueWhereTheyStopped",
          [](SyscallFaults &f) {
-             f.write = [](int, int fd, const void *b, size_t n) { return realWrite(fd, b, std::min<size_t>(n, 7)); };
+             f.write = [](int, int fd, const void *b, size_t n) {
+                 return realWrite(fd, b, std::min<size_t>(n, 7));
+             };
          },
          "(success)", true},
         {"StormOfFullBuffersEndsWhenTheLineFrees",
@@ -130,7 +132,8 @@ std::vector<WriteCase> writeCases()
              f.write = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
              f.poll = [](int, pollfd *, unsigned long, int) { return 0; };
          },
-         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow control "
+         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow "
+         "control "
          "correct?)",
          false},
     };
@@ -194,19 +197,27 @@ TEST(TransportFault, OpenAndConfigureFailuresCloseWhatTheyOpenedAndSaySo)
         QString expected;
     };
     const std::vector<Case> cases = {
-        {"missing device", [](SyscallFaults &f) { f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); }; },
+        {"missing device",
+         [](SyscallFaults &f) {
+             f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); };
+         },
          115200, "Could not open " + path + ": " + systemText(ENOENT)},
-        {"no permission", [](SyscallFaults &f) { f.open = [](int, const char *, int) { return SyscallFaults::fail(EACCES); }; },
+        {"no permission",
+         [](SyscallFaults &f) {
+             f.open = [](int, const char *, int) { return SyscallFaults::fail(EACCES); };
+         },
          115200, "Could not open " + path + ": " + systemText(EACCES)},
-        {"not a terminal", [](SyscallFaults &f) { f.tcgetattr = [](int, int) { return SyscallFaults::fail(ENOTTY); }; },
-         115200, "Could not configure the port: " + systemText(ENOTTY)},
-        {"attributes refused", [](SyscallFaults &f) { f.tcsetattr = [](int, int) { return SyscallFaults::fail(EIO); }; },
-         9600, "Could not configure the port: " + systemText(EIO)},
+        {"not a terminal",
+         [](SyscallFaults &f) { f.tcgetattr = [](int, int) { return SyscallFaults::fail(ENOTTY); }; }, 115200,
+         "Could not configure the port: " + systemText(ENOTTY)},
+        {"attributes refused",
+         [](SyscallFaults &f) { f.tcsetattr = [](int, int) { return SyscallFaults::fail(EIO); }; }, 9600,
+         "Could not configure the port: " + systemText(EIO)},
         {"arbitrary speed refused",
          [](SyscallFaults &f) {
              f.ioctl = [](int, int fd, unsigned long request, void *argument) {
                  return isSetSpeedRequest(request) ? SyscallFaults::fail(EINVAL)
-                                           : cserial_real_syscalls.ioctl(fd, request, argument);
+                                                   : cserial_real_syscalls.ioctl(fd, request, argument);
              };
          },
          250000, "Could not configure the port: " + systemText(EINVAL)},

@@ -11,8 +11,8 @@ SyscallFaults::SyscallFaults()
         std::abort(); // two scripts at once would each see the other's calls
     }
     s_current = this;
-    cserial_syscalls = {hookedOpen, hookedWrite, hookedPoll, hookedIoctl, hookedTcgetattr, hookedTcsetattr,
-                        hookedClose};
+    cserial_syscalls = {hookedOpen,      hookedWrite,     hookedPoll, hookedIoctl,
+                        hookedTcgetattr, hookedTcsetattr, hookedClose};
 }
 
 SyscallFaults::~SyscallFaults()
@@ -56,7 +56,8 @@ ssize_t SyscallFaults::hookedWrite(int fd, const void *buffer, size_t length)
 {
     SyscallFaults &self = *s_current;
     const int call = ++self.writes;
-    return self.write ? self.write(call, fd, buffer, length) : cserial_real_syscalls.write(fd, buffer, length);
+    return self.write ? self.write(call, fd, buffer, length)
+                      : cserial_real_syscalls.write(fd, buffer, length);
 }
 
 int SyscallFaults::hookedPoll(struct pollfd *fds, unsigned long count, int timeout)
@@ -70,7 +71,8 @@ int SyscallFaults::hookedIoctl(int fd, unsigned long request, void *argument)
 {
     SyscallFaults &self = *s_current;
     const int call = ++self.m_ioctls;
-    return self.ioctl ? self.ioctl(call, fd, request, argument) : cserial_real_syscalls.ioctl(fd, request, argument);
+    return self.ioctl ? self.ioctl(call, fd, request, argument)
+                      : cserial_real_syscalls.ioctl(fd, request, argument);
 }
 
 int SyscallFaults::hookedTcgetattr(int fd, struct termios *attributes)

@@ -62,6 +62,6 @@ private:
     std::atomic<int> m_getattrs{0};
     std::atomic<int> m_setattrs{0};
     mutable std::mutex m_lock;
-    std::set<int> m_open; // guarded by m_lock
+    std::set<int> m_open;  // guarded by m_lock
     int m_openedCount = 0; // guarded by m_lock
 };

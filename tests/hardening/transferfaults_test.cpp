@@ -29,8 +29,8 @@ QString systemText(int error)
 
 std::unique_ptr<PosixSerialTransport> transportOn(const QString &path)
 {
-    return std::make_unique<PosixSerialTransport>(path, 450ms, 300ms, PosixSerialTransport::defaultOutputPending(),
-                                                  150ms, 10ms, 0ms);
+    return std::make_unique<PosixSerialTransport>(
+        path, 450ms, 300ms, PosixSerialTransport::defaultOutputPending(), 150ms, 10ms, 0ms);
 }
 
 // Keeps the pty's master drained so only the injected faults stop the line.
@@ -80,7 +80,9 @@ std::vector<TransferCase> transferCases()
     const auto eagain = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
     return {
         {"DeviceVanishesBeforeOpen",
-         [](SyscallFaults &f) { f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); }; },
+         [](SyscallFaults &f) {
+             f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); };
+         },
          TransferEvent::Kind::failed, "Could not open %1: " + systemText(ENOENT)},
         {"PortRefusesItsSettings",
          [](SyscallFaults &f) { f.tcsetattr = [](int, int) { return SyscallFaults::fail(EIO); }; },
@@ -107,7 +109,8 @@ std::vector<TransferCase> transferCases()
              f.poll = [](int, pollfd *, unsigned long, int) { return 0; };
          },
          TransferEvent::Kind::failed,
-         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow control "
+         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow "
+         "control "
          "correct?)"},
         {"OutputQueueNeverEmpties",
          [](SyscallFaults &f) {
@@ -127,7 +130,8 @@ std::vector<TransferCase> transferCases()
                                             : cserial_real_syscalls.ioctl(fd, request, argument);
              };
          },
-         TransferEvent::Kind::finished, {}},
+         TransferEvent::Kind::finished,
+         {}},
     };
 }
 
@@ -150,7 +154,8 @@ TEST_P(TransferFault, EndsOnceWithThePortClosed)
         GCodeSender::send(QByteArray(4000, 'G'), profile(), *transport, AppLanguage::english, {},
                           [&](const TransferEvent &event) {
                               if (event.isFinal()) {
-                                  closedBeforeFinal = faults.openDescriptors().empty() && !transport->isOpen();
+                                  closedBeforeFinal =
+                                      faults.openDescriptors().empty() && !transport->isOpen();
                               }
                               events.append(event);
                           });
@@ -159,7 +164,8 @@ TEST_P(TransferFault, EndsOnceWithThePortClosed)
 
     ASSERT_FALSE(events.isEmpty());
     EXPECT_EQ(events.first().kind, TransferEvent::Kind::connecting);
-    EXPECT_EQ(std::count_if(events.cbegin(), events.cend(), [](const TransferEvent &e) { return e.isFinal(); }), 1);
+    EXPECT_EQ(
+        std::count_if(events.cbegin(), events.cend(), [](const TransferEvent &e) { return e.isFinal(); }), 1);
     EXPECT_EQ(events.last().kind, c.finalKind);
     EXPECT_EQ(events.last().message, QString(c.finalText).replace("%1", machine.pty.slavePath()));
     EXPECT_TRUE(closedBeforeFinal);
@@ -179,8 +185,8 @@ TEST(TransferFault, CancelDuringAStormOfFullBuffersEndsOnce)
     std::atomic<int> finals{0};
     TransferEvent last;
     auto done = std::async(std::launch::async, [&] {
-        GCodeSender::send(QByteArray(4000, 'G'), profile(), *transport, AppLanguage::english, stop.get_token(),
-                          [&](const TransferEvent &event) {
+        GCodeSender::send(QByteArray(4000, 'G'), profile(), *transport, AppLanguage::english,
+                          stop.get_token(), [&](const TransferEvent &event) {
                               finals += event.isFinal() ? 1 : 0;
                               last = event;
                           });
@@ -201,9 +207,8 @@ TEST(TransferFault, ControllerShowsTheFailureAndSettlesOnce)
     faults.write = [](int call, int fd, const void *b, size_t n) {
         return call >= 3 ? SyscallFaults::fail(EIO) : realWrite(fd, b, n);
     };
-    TransferController controller([](const QString &path) -> std::unique_ptr<SerialTransport> {
-        return transportOn(path);
-    });
+    TransferController controller(
+        [](const QString &path) -> std::unique_ptr<SerialTransport> { return transportOn(path); });
     QSignalSpy changes(&controller, &TransferController::stateChanged);
     controller.send(QString("G1 X1\n").repeated(500), "part.nc", profile(), machine.pty.slavePath());
     ASSERT_TRUE(QTest::qWaitFor([&] { return !controller.state().isActive(); }, 10000));
