@@ -1,11 +1,13 @@
-// Program text through every text tool. Beyond "no crash": the line tools keep
-// the line-ending style and the line count (the removal tools may only shrink
-// it), renumbering is stable, and the fatal cases (counter overflow, a scaled
-// value outside 64 bits) are reached only through their guards, as the
-// application and `varn` call them.
+// Program text through every text tool and the payload builder. Beyond "no
+// crash": the line tools keep the line-ending style and the line count (the
+// removal tools may only shrink it), renumbering is stable, the payload ends
+// every line with the terminator and nothing else, and the fatal cases (counter
+// overflow, a scaled value outside 64 bits) are reached only through their
+// guards, as the application and `varn` call them.
 #include "fuzzsupport.h"
 
 #include "nc/nctools.h"
+#include "transfer/gcodesender.h"
 
 #include <array>
 #include <cmath>
@@ -79,6 +81,21 @@ void scalingTool(const QString &text, QChar letter, double factor)
     FUZZ_CHECK(scaled.count(u"nan") == text.count(u"nan"));
 }
 
+// What goes on the wire: every line ends with the machine's terminator and
+// nothing else breaks a line, whatever mix of breaks the program held.
+void payload(const QString &text)
+{
+    for (const Machine::LineTerminator terminator : Machine::allCases<Machine::LineTerminator>()) {
+        const QByteArray bytes = GCodeSender::preparePayload(text, terminator);
+        const QByteArray end = Machine::terminatorBytes(terminator);
+        FUZZ_CHECK(bytes.isEmpty() || bytes.endsWith(end));
+        QByteArray rest = bytes;
+        rest.replace(end, QByteArray());
+        FUZZ_CHECK(!rest.contains('\r') && !rest.contains('\n'));
+        FUZZ_CHECK(qsizetype(bytes.count(end)) <= FuzzSupport::framedLineCount(text));
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -109,6 +126,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     scalingTool(text, u'F', kFactors[(h >> 16) % kFactors.size()]);
     scalingTool(text, u'S', kFactors[(h >> 24) % kFactors.size()]);
+
+    payload(text);
 
     const QList<QChar> axes = {u'X', u'Y', u'Z'};
     for (const NCTools::AxisRange &range : NCTools::axisRanges(text, axes)) {
