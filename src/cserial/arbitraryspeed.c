@@ -1,12 +1,14 @@
 #include "arbitraryspeed.h"
 
+#include "cserial.h"
+
 #include <asm/termbits.h>
 #include <sys/ioctl.h>
 
 int cserial_set_arbitrary_speed(int fd, int baud)
 {
     struct termios2 tio;
-    if (ioctl(fd, TCGETS2, &tio) < 0) {
+    if (cserial_syscalls.ioctl(fd, TCGETS2, &tio) < 0) {
         return -1;
     }
     /* Both directions explicit: leaving CIBAUD alone would keep an older input speed. */
@@ -14,7 +16,7 @@ int cserial_set_arbitrary_speed(int fd, int baud)
     tio.c_cflag |= BOTHER | ((tcflag_t)BOTHER << IBSHIFT);
     tio.c_ispeed = (speed_t)baud;
     tio.c_ospeed = (speed_t)baud;
-    if (ioctl(fd, TCSETS2, &tio) < 0) {
+    if (cserial_syscalls.ioctl(fd, TCSETS2, &tio) < 0) {
         return -1;
     }
     return 0;

@@ -11,11 +11,44 @@
 #include <termios.h>
 #include <unistd.h>
 
+static int realOpen(const char *path, int flags)
+{
+    return open(path, flags);
+}
+
+static ssize_t realWrite(int fd, const void *buffer, size_t length)
+{
+    return write(fd, buffer, length);
+}
+
+static int realPoll(struct pollfd *fds, unsigned long count, int timeoutMilliseconds)
+{
+    return poll(fds, (nfds_t)count, timeoutMilliseconds);
+}
+
+static int realIoctl(int fd, unsigned long request, void *argument)
+{
+    return ioctl(fd, request, argument);
+}
+
+static int realTcsetattr(int fd, int when, const struct termios *attributes)
+{
+    return tcsetattr(fd, when, attributes);
+}
+
+const struct cserial_syscall_table cserial_real_syscalls = {
+    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close,
+};
+
+struct cserial_syscall_table cserial_syscalls = {
+    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close,
+};
+
 int cserial_open(const char *path)
 {
     /* Non-blocking stays on: the transport polls instead of blocking, so a
      * cancel is noticed while the machine holds the line. */
-    return open(path, O_RDWR | O_NOCTTY | O_NONBLOCK);
+    return cserial_syscalls.open(path, O_RDWR | O_NOCTTY | O_NONBLOCK);
 }
 
 static speed_t standardSpeed(int baud)
@@ -66,7 +99,7 @@ static void setModemLines(int fd, bool dtr, bool rts, int flowControl)
 {
     int bits = 0;
     /* Drivers without modem lines (ptys, some adapters) refuse this; the line still works. */
-    if (ioctl(fd, TIOCMGET, &bits) < 0) {
+    if (cserial_syscalls.ioctl(fd, TIOCMGET, &bits) < 0) {
         return;
     }
     if (dtr) {
@@ -82,14 +115,14 @@ static void setModemLines(int fd, bool dtr, bool rts, int flowControl)
             bits &= ~TIOCM_RTS;
         }
     }
-    (void)ioctl(fd, TIOCMSET, &bits);
+    (void)cserial_syscalls.ioctl(fd, TIOCMSET, &bits);
 }
 
 int cserial_configure(int fd, int baud, int dataBits, int parity, int stopBits, int flowControl, bool dtr,
                       bool rts)
 {
     struct termios tio;
-    if (tcgetattr(fd, &tio) < 0) {
+    if (cserial_syscalls.tcgetattr(fd, &tio) < 0) {
         return -1;
     }
 
@@ -133,11 +166,11 @@ int cserial_configure(int fd, int baud, int dataBits, int parity, int stopBits, 
     if (speed != B0) {
         cfsetispeed(&tio, speed);
         cfsetospeed(&tio, speed);
-        if (tcsetattr(fd, TCSANOW, &tio) < 0) {
+        if (cserial_syscalls.tcsetattr(fd, TCSANOW, &tio) < 0) {
             return -1;
         }
     } else {
-        if (tcsetattr(fd, TCSANOW, &tio) < 0) {
+        if (cserial_syscalls.tcsetattr(fd, TCSANOW, &tio) < 0) {
             return -1;
         }
         if (cserial_set_arbitrary_speed(fd, baud) < 0) {
@@ -154,7 +187,7 @@ int cserial_configure(int fd, int baud, int dataBits, int parity, int stopBits, 
 
 ssize_t cserial_write(int fd, const void *buffer, size_t length)
 {
-    return write(fd, buffer, length);
+    return cserial_syscalls.write(fd, buffer, length);
 }
 
 int cserial_wait_writable(int fd, int timeoutMilliseconds)
@@ -163,7 +196,7 @@ int cserial_wait_writable(int fd, int timeoutMilliseconds)
     p.fd = fd;
     p.events = POLLOUT;
     p.revents = 0;
-    const int ready = poll(&p, 1, timeoutMilliseconds);
+    const int ready = cserial_syscalls.poll(&p, 1, timeoutMilliseconds);
     if (ready < 0) {
         return -1;
     }
@@ -181,7 +214,7 @@ int cserial_wait_writable(int fd, int timeoutMilliseconds)
 int cserial_output_pending(int fd)
 {
     int pending = 0;
-    if (ioctl(fd, TIOCOUTQ, &pending) < 0) {
+    if (cserial_syscalls.ioctl(fd, TIOCOUTQ, &pending) < 0) {
         return -1;
     }
     return pending;
@@ -193,5 +226,5 @@ void cserial_close(int fd)
         return;
     }
     /* Don't retry close() on EINTR: the descriptor is already released. */
-    (void)close(fd);
+    (void)cserial_syscalls.close(fd);
 }

@@ -40,6 +40,35 @@ int cserial_output_pending(int fd);
 /* Closes the descriptor; a negative one is ignored. */
 void cserial_close(int fd);
 
+/*
+ * Every system call the primitives make goes through this table, so a test can
+ * make any one of them fail (EINTR, a short write, EAGAIN for ever, EIO) at the
+ * call it chooses, without a device that misbehaves on cue. The table starts
+ * out holding the real calls and the program never changes it; the cost is one
+ * indirect call next to a system call. A test that swaps an entry restores it
+ * before any other thread uses the primitives again.
+ *
+ * The termios and pollfd structures stay opaque here so that only this folder
+ * includes <termios.h>.
+ */
+struct termios;
+struct pollfd;
+
+struct cserial_syscall_table {
+    int (*open)(const char *path, int flags);
+    ssize_t (*write)(int fd, const void *buffer, size_t length);
+    int (*poll)(struct pollfd *fds, unsigned long count, int timeoutMilliseconds);
+    int (*ioctl)(int fd, unsigned long request, void *argument);
+    int (*tcgetattr)(int fd, struct termios *attributes);
+    int (*tcsetattr)(int fd, int when, const struct termios *attributes);
+    int (*close)(int fd);
+};
+
+extern struct cserial_syscall_table cserial_syscalls;
+
+/* The real calls, for restoring the table after a test. */
+extern const struct cserial_syscall_table cserial_real_syscalls;
+
 #ifdef __cplusplus
 }
 #endif

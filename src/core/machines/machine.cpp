@@ -118,9 +118,11 @@ std::optional<Enum> enumField(const QJsonObject &object, const char *key)
     return Machine::fromRawValue<Enum>(*raw);
 }
 
+// Not an assertion: validation bounds the speed only from below, and a profile
+// read from a hand-edited machines.json is never validated, so a speed of 2^32
+// reaches here from user data. Clamped, the port refuses it with its own error.
 int clampToInt(qint64 value)
 {
-    Q_ASSERT(value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max());
     return static_cast<int>(
         std::clamp<qint64>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }

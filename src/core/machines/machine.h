@@ -84,8 +84,7 @@ struct Machine {
     QString summary(AppLanguage language) const;
 
     // The codes the transport opens the port with. Speeds and sizes beyond an
-    // int are a programming error (validation keeps them small); in a release
-    // build they are clamped rather than wrapped.
+    // int (only a hand-edited file holds them) are clamped rather than wrapped.
     SerialLineSettings lineSettings() const;
 
     // Compact JSON object text with the keys in field order, which is the order

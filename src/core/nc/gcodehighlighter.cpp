@@ -132,8 +132,14 @@ GCodeHighlighter::HighlightResult GCodeHighlighter::spans(QStringView text, qsiz
                                                           AppLanguage language)
 {
     HighlightResult result;
+    // Cut [from, from + length) to the text; a range starting before the text
+    // loses its part outside, it is not shifted in.
+    qsizetype end = 0;
+    if (__builtin_add_overflow(from, length, &end)) {
+        end = from < 0 ? 0 : text.size();
+    }
     from = std::clamp<qsizetype>(from, 0, text.size());
-    length = std::clamp<qsizetype>(length, 0, text.size() - from);
+    length = std::clamp<qsizetype>(end, from, text.size()) - from;
     if (length == 0) {
         return result;
     }

@@ -646,10 +646,17 @@ bool scalingFits(const QString &text, QChar letter, double factor)
 {
     bool fits = true;
     forEachScaledNumber(text, letter.unicode(), [&](const Char *, const Char *digits, const Char *numberEnd) {
+        if (!fits) {
+            return;
+        }
+        const double scaled = parseDecimal(digits, numberEnd) * factor;
         qint64 ignored = 0;
-        if (fits && std::find(digits, numberEnd, u'.') == numberEnd &&
-            !roundsIntoInt64(parseDecimal(digits, numberEnd) * factor, &ignored)) {
-            fits = false;
+        if (std::find(digits, numberEnd, u'.') == numberEnd) {
+            fits = roundsIntoInt64(scaled, &ignored);
+        } else {
+            // Past a double's range the C library writes "inf" (or "nan"), which
+            // no control reads as a number; refuse rather than write it.
+            fits = std::isfinite(scaled);
         }
     });
     return fits;

@@ -65,7 +65,7 @@ QList<qint64> parseMCodeList(const QString &answer);
 // safe, if strict, for addLineNumbers).
 bool numberingFits(const QString &text, qint64 start, qint64 increment);
 // Whether every integer `letter` value (F or S, either case) scaled by
-// `factor` rounds inside 64 bits.
+// `factor` rounds inside 64 bits, and every decimal one stays a finite number.
 bool scalingFits(const QString &text, QChar letter, double factor);
 
 } // namespace NCTools

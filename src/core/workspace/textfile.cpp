@@ -80,8 +80,11 @@ TextFile::ReadResult TextFile::decode(const QByteArray &bytes)
         body = body.sliced(3);
     }
     // Stateless, so a sequence cut short by the end of the file is an error
-    // rather than bytes kept back waiting for more input.
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    // rather than bytes kept back waiting for more input. ConvertInitialBom,
+    // because the mark was already handled above: left to itself the decoder
+    // would swallow a second one and the file would no longer save as it was.
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     QString text = decoder.decode(body);
     if (decoder.hasError()) {
         // The decoder only says that something is wrong; the user needs to

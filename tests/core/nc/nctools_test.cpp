@@ -169,7 +169,9 @@ TEST(ScalingFits, RejectsIntegersBeyond64Bits)
     EXPECT_FALSE(scalingFits("F4611686018427387903", 'F', 2));
     EXPECT_FALSE(scalingFits("F1 F9223372036854775807", 'F', 2));
     EXPECT_FALSE(scalingFits("f99999999999999999999", 'F', 1));
-    EXPECT_TRUE(scalingFits("F99999999999999999999.0", 'F', 1e300));
+    EXPECT_TRUE(scalingFits("F99999999999999999999.0", 'F', 1e280));
+    EXPECT_FALSE(scalingFits("F99999999999999999999.0", 'F', 1e300)); // would be written as "inf"
+    EXPECT_FALSE(scalingFits("F1.5", 'F', std::numeric_limits<double>::quiet_NaN()));
     EXPECT_TRUE(scalingFits("S99999999999999999999", 'F', 1));
     EXPECT_FALSE(scalingFits("s99999999999999999999", 'S', 1));
 }
