@@ -116,7 +116,7 @@ void AppModel::loadFileInBackground(EditorDocument *doc)
             // Small enough for the file text cache, which keeps text.
             result.text.reserve(result.cost);
             while (!result.blocks.isEmpty()) {
-                result.text.append(QString::fromUtf8(result.blocks.takeFirst()));
+                result.text.append(TextFile::decodeVerbatim(result.blocks.takeFirst()));
             }
         }
         return result;

@@ -55,7 +55,7 @@ void DocumentTextStorage::setUtf8Blocks(QList<QByteArray> blocks)
 {
     QString all;
     while (!blocks.isEmpty()) {
-        all.append(QString::fromUtf8(blocks.takeFirst()));
+        all.append(TextFile::decodeVerbatim(blocks.takeFirst()));
     }
     setText(all);
 }

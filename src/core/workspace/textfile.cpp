@@ -153,6 +153,13 @@ QString shortWriteError(const QSaveFile &file)
 
 } // namespace
 
+QString TextFile::decodeVerbatim(QByteArrayView bytes)
+{
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    return decoder.decode(bytes);
+}
+
 QString TextFile::writeAtomically(const QString &path, const QString &text)
 {
     QSaveFile file(path);

@@ -50,6 +50,12 @@ public:
 
     // Writes `text` as UTF-8 (no byte order mark) and replaces `path` atomically.
     // Returns the system's description of the failure, or an empty string.
+    // UTF-8 that is known to be valid, decoded as it stands. QString::fromUtf8
+    // silently drops a U+FEFF at the start of what it is given, which turns a
+    // second byte order mark, or one that starts a block of a larger text,
+    // into lost text; every piece of program text is decoded through here.
+    static QString decodeVerbatim(QByteArrayView bytes);
+
     static QString writeAtomically(const QString &path, const QString &text);
     // The same for bytes that are already encoded.
     static QString writeBytesAtomically(const QString &path, const QByteArray &bytes);

@@ -132,11 +132,10 @@ std::optional<QStringView> TextFileStream::next()
     const QByteArrayView block(m_bytes.constData() + span->begin, span->end - span->begin);
     // Stateless: the block ends after a line break or at the end of the file,
     // so a sequence cut short is an error here exactly as it is in TextFile::read.
-    // The decoder drops a U+FEFF it finds first, which is right only at the
-    // start of the file: later blocks keep one that starts a line.
-    QStringDecoder decoder(QStringDecoder::Utf8, span->first ? QStringDecoder::Flag::Stateless
-                                                             : QStringDecoder::Flag::Stateless |
-                                                                   QStringDecoder::Flag::ConvertInitialBom);
+    // The file's byte order mark is already skipped; any U+FEFF the decoder
+    // meets first is text (a second mark, or one that starts a line), and is kept.
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     m_text.resize(block.size()); // UTF-8 never takes fewer bytes than UTF-16 units
     const QChar *end = decoder.appendToBuffer(m_text.data(), block);
     if (decoder.hasError()) {

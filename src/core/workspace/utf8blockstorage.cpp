@@ -1,5 +1,7 @@
 #include "utf8blockstorage.h"
 
+#include "workspace/textfile.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -87,7 +89,7 @@ QString Utf8BlockStorage::text() const
     QString text;
     text.reserve(length());
     for (const QByteArray &block : m_blocks) {
-        text.append(QString::fromUtf8(block));
+        text.append(TextFile::decodeVerbatim(block));
     }
     return text;
 }
@@ -131,7 +133,8 @@ void Utf8BlockStorage::visit(qsizetype position, qsizetype length,
         const Location last = locate(block, to);
         // A range ending inside a surrogate pair decodes the whole pair.
         const qsizetype byteEnd = last.skip ? last.byte + 4 : last.byte;
-        const QString piece = QString::fromUtf8(block.constData() + first.byte, byteEnd - first.byte);
+        const QString piece =
+            TextFile::decodeVerbatim(QByteArrayView(block.constData() + first.byte, byteEnd - first.byte));
         if (!visit(QStringView(piece).sliced(first.skip, to - from), m_starts[i] + from - position)) {
             return;
         }

@@ -7,6 +7,8 @@
 #include "nc/gcodehighlighter.h"
 #include "workspace/editordocument.h"
 
+#include "workspace/textfile.h"
+
 #include <QAccessible>
 #include <QAccessibleWidget>
 #include <QDragEnterEvent>
@@ -253,7 +255,7 @@ qsizetype GCodeEditor::firstDifference(qsizetype position, QStringView expected)
         const auto *have = reinterpret_cast<const char *>(SendScintilla(
             SCI_GETRANGEPOINTER, static_cast<unsigned long>(byte), static_cast<long>(available)));
         if (available < want.size() || std::memcmp(have, want.constData(), size_t(want.size())) != 0) {
-            const QString ours = QString::fromUtf8(have, available);
+            const QString ours = TextFile::decodeVerbatim(QByteArrayView(have, available));
             const QStringView theirs = expected.sliced(from, to - from);
             const qsizetype n = std::min(ours.size(), theirs.size());
             const auto found = std::mismatch(ours.begin(), ours.begin() + n, theirs.begin());
@@ -275,7 +277,7 @@ QString GCodeEditor::textRange16(qsizetype position, qsizetype length) const
     }
     const auto *bytes = reinterpret_cast<const char *>(
         SendScintilla(SCI_GETRANGEPOINTER, static_cast<unsigned long>(from), static_cast<long>(to - from)));
-    return QString::fromUtf8(bytes, to - from);
+    return TextFile::decodeVerbatim(QByteArrayView(bytes, to - from));
 }
 
 QList<QByteArray> GCodeEditor::utf8Blocks() const
@@ -288,7 +290,8 @@ QList<QByteArray> GCodeEditor::utf8Blocks() const
         qsizetype to = std::min(length, from + kTakeChunk);
         if (to < length) {
             // Whole lines where there is a line break, whole characters always.
-            const auto *lineEnd = static_cast<const char *>(std::memchr(bytes + from, '\n', size_t(to - from)));
+            const auto *lineEnd =
+                static_cast<const char *>(std::memchr(bytes + from, '\n', size_t(to - from)));
             if (lineEnd) {
                 for (const char *p = bytes + to - 1; p >= lineEnd; --p) {
                     if (*p == '\n') {
@@ -314,7 +317,7 @@ QString GCodeEditor::wholeText() const
     if (!m_textCacheValid) {
         const qsizetype length = SendScintilla(SCI_GETLENGTH);
         const auto *bytes = static_cast<const char *>(SendScintillaPtrResult(SCI_GETCHARACTERPOINTER));
-        m_textCache = length > 0 ? QString::fromUtf8(bytes, length) : QString();
+        m_textCache = length > 0 ? TextFile::decodeVerbatim(QByteArrayView(bytes, length)) : QString();
         m_textCacheValid = true;
     }
     return m_textCache;
@@ -328,7 +331,8 @@ qsizetype GCodeEditor::toUtf16(qsizetype bytePosition) const
     const long lineStart = SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(line));
     return SendScintilla(SCI_INDEXPOSITIONFROMLINE, static_cast<unsigned long>(line),
                          long(SC_LINECHARACTERINDEX_UTF16)) +
-           SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(lineStart), static_cast<long>(bytePosition));
+           SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(lineStart),
+                         static_cast<long>(bytePosition));
 }
 
 qsizetype GCodeEditor::toBytes(qsizetype utf16Position) const
@@ -340,8 +344,8 @@ qsizetype GCodeEditor::toBytes(qsizetype utf16Position) const
     }
     const long line = SendScintilla(SCI_LINEFROMINDEXPOSITION, static_cast<unsigned long>(utf16Position),
                                     long(SC_LINECHARACTERINDEX_UTF16));
-    const long lineStart16 =
-        SendScintilla(SCI_INDEXPOSITIONFROMLINE, static_cast<unsigned long>(line), long(SC_LINECHARACTERINDEX_UTF16));
+    const long lineStart16 = SendScintilla(SCI_INDEXPOSITIONFROMLINE, static_cast<unsigned long>(line),
+                                           long(SC_LINECHARACTERINDEX_UTF16));
     const long lineStart = SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(line));
     if (utf16Position == lineStart16) {
         return lineStart;
@@ -483,7 +487,8 @@ void GCodeEditor::restoreViewState(const ViewState *state)
     const ViewState &s = state ? *state : none;
     const qsizetype start = std::min(s.selectionStart, m_length16);
     const qsizetype length = std::min(m_length16 - start, s.selectionLength);
-    SendScintilla(SCI_SETSEL, static_cast<unsigned long>(toBytes(start)), static_cast<long>(toBytes(start + length)));
+    SendScintilla(SCI_SETSEL, static_cast<unsigned long>(toBytes(start)),
+                  static_cast<long>(toBytes(start + length)));
     SendScintilla(SCI_SETFIRSTVISIBLELINE, static_cast<unsigned long>(std::max(0, s.firstVisibleLine)));
     SendScintilla(SCI_SETXOFFSET, static_cast<unsigned long>(std::max(0, s.xOffset)));
 }
@@ -583,7 +588,8 @@ void GCodeEditor::applyStyleColours()
     }
     SendScintilla(SCI_SETCARETFORE, text);
     SendScintilla(SCI_SETSELFORE, 0UL, 0L);
-    SendScintilla(SCI_SETSELBACK, 1UL, p.color(QPalette::Active, QPalette::Highlight).lighter(m_dark ? 80 : 160));
+    SendScintilla(SCI_SETSELBACK, 1UL,
+                  p.color(QPalette::Active, QPalette::Highlight).lighter(m_dark ? 80 : 160));
     SendScintilla(SCI_SETCARETLINEVISIBLE, 0UL);
 }
 
@@ -603,9 +609,10 @@ void GCodeEditor::onModified(int position, int type, int length)
         return;
     }
     const qsizetype at = toUtf16(position);
-    const qsizetype removed = inserting ? 0
-                                        : SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(position),
-                                                        static_cast<long>(position + length));
+    const qsizetype removed = inserting
+                                  ? 0
+                                  : SendScintilla(SCI_COUNTCODEUNITS, static_cast<unsigned long>(position),
+                                                  static_cast<long>(position + length));
     if (m_document && m_storage) {
         // The document copies what it needs of the saved text while the
         // buffer still holds it. Changes already pending stay pending: one
@@ -732,13 +739,17 @@ void GCodeEditor::highlightVisibleRange()
         end = length;
     }
     // Whole lines only: a word cut at the range's edge would read as another word.
-    start = SendScintilla(SCI_POSITIONFROMLINE,
-                          static_cast<unsigned long>(SendScintilla(SCI_LINEFROMPOSITION, static_cast<unsigned long>(start))));
-    const long endLine = SendScintilla(SCI_LINEFROMPOSITION, static_cast<unsigned long>(std::max(start, end - 1)));
-    end = endLine + 1 < lines ? SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(endLine + 1)) : length;
+    start = SendScintilla(
+        SCI_POSITIONFROMLINE,
+        static_cast<unsigned long>(SendScintilla(SCI_LINEFROMPOSITION, static_cast<unsigned long>(start))));
+    const long endLine =
+        SendScintilla(SCI_LINEFROMPOSITION, static_cast<unsigned long>(std::max(start, end - 1)));
+    end = endLine + 1 < lines ? SendScintilla(SCI_POSITIONFROMLINE, static_cast<unsigned long>(endLine + 1))
+                              : length;
 
-    const auto covering = std::upper_bound(m_coloured.begin(), m_coloured.end(), start,
-                                           [](qsizetype value, const auto &range) { return value < range.first; });
+    const auto covering =
+        std::upper_bound(m_coloured.begin(), m_coloured.end(), start,
+                         [](qsizetype value, const auto &range) { return value < range.first; });
     if (covering != m_coloured.begin() && std::prev(covering)->second >= end) {
         return; // seen before: nothing changed since
     }
@@ -768,7 +779,7 @@ void GCodeEditor::colourBytes(qsizetype start, qsizetype end)
     QByteArray bytes(end - start + 1, Qt::Uninitialized);
     SendScintilla(SCI_GETTEXTRANGE, long(start), long(end), bytes.data());
     bytes.truncate(end - start);
-    const QString text = QString::fromUtf8(bytes);
+    const QString text = TextFile::decodeVerbatim(bytes);
     const auto result = GCodeHighlighter::spans(text, 0, text.size(), m_language);
 
     // Runs count UTF-16 units; styles are per byte.
@@ -802,7 +813,7 @@ QString GCodeEditor::toolTipAt(qsizetype bytePosition) const
     QByteArray bytes(end - start + 1, Qt::Uninitialized);
     SendScintilla(SCI_GETTEXTRANGE, long(start), long(end), bytes.data());
     bytes.truncate(end - start);
-    const QString text = QString::fromUtf8(bytes);
+    const QString text = TextFile::decodeVerbatim(bytes);
     const qsizetype at = utf16Units(bytes.constData(), bytePosition - start);
     for (const auto &tip : GCodeHighlighter::spans(text, 0, text.size(), m_language).tooltips) {
         if (at >= tip.start && at < tip.start + tip.length) {
