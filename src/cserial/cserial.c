@@ -47,8 +47,9 @@ struct cserial_syscall_table cserial_syscalls = {
 int cserial_open(const char *path)
 {
     /* Non-blocking stays on: the transport polls instead of blocking, so a
-     * cancel is noticed while the machine holds the line. */
-    return cserial_syscalls.open(path, O_RDWR | O_NOCTTY | O_NONBLOCK);
+     * cancel is noticed while the machine holds the line. Close-on-exec: a
+     * program started during a transfer must not inherit the machine's line. */
+    return cserial_syscalls.open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
 }
 
 static speed_t standardSpeed(int baud)

@@ -211,6 +211,7 @@ TEST(Cserial, OpenAndCloseEdges)
     const int fd = cserial_open(pty.slavePath().toLocal8Bit().constData());
     ASSERT_GE(fd, 0);
     EXPECT_TRUE(fcntl(fd, F_GETFL) & O_NONBLOCK);
+    EXPECT_TRUE(fcntl(fd, F_GETFD) & FD_CLOEXEC);
     cserial_close(fd);
     EXPECT_EQ(fcntl(fd, F_GETFD), -1); // really closed
 }
