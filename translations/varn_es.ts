@@ -1044,10 +1044,6 @@
         <translation>No guardar</translation>
     </message>
     <message>
-        <source>Don’t Save</source>
-        <translation>No guardar</translation>
-    </message>
-    <message>
         <source>Save changes to %@?</source>
         <translation>¿Guardar los cambios en %@?</translation>
     </message>

@@ -154,7 +154,7 @@ TEST_F(MachineSettingsTest, AddDuplicateAndDeleteGoThroughTheStore)
 TEST_F(MachineSettingsTest, LeavingUnsavedEditsAsksAndClosingHidesTheSheet)
 {
     dialog->nameField()->setText("Mori");
-    answerNextQuestion("Don’t Save");
+    answerNextQuestion("Don't Save");
     dialog->selectMachine("fanuc");
     EXPECT_EQ(dialog->currentId(), "fanuc");
     EXPECT_EQ(model->machineStore().machines()[1].name, "Fadal");

@@ -160,6 +160,20 @@ QString TextFile::decodeVerbatim(QByteArrayView bytes)
     return decoder.decode(bytes);
 }
 
+qsizetype TextFile::utf16Length(QByteArrayView validUtf8)
+{
+    // Every byte but a continuation byte starts a character; four-byte
+    // sequences are the ones that need a surrogate pair.
+    qsizetype units = 0;
+    for (const char c : validUtf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte & 0xC0) != 0x80) {
+            units += byte >= 0xF0 ? 2 : 1;
+        }
+    }
+    return units;
+}
+
 QString TextFile::writeAtomically(const QString &path, const QString &text)
 {
     QSaveFile file(path);

@@ -55,6 +55,8 @@ public:
     // second byte order mark, or one that starts a block of a larger text,
     // into lost text; every piece of program text is decoded through here.
     static QString decodeVerbatim(QByteArrayView bytes);
+    // How many UTF-16 units valid UTF-8 decodes to, without decoding it.
+    static qsizetype utf16Length(QByteArrayView validUtf8);
 
     static QString writeAtomically(const QString &path, const QString &text);
     // The same for bytes that are already encoded.

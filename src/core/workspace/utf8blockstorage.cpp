@@ -7,18 +7,6 @@
 
 namespace {
 
-qsizetype utf16Units(const char *bytes, qsizetype size)
-{
-    qsizetype units = 0;
-    for (qsizetype i = 0; i < size; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if ((byte & 0xC0) != 0x80) {
-            units += byte >= 0xF0 ? 2 : 1;
-        }
-    }
-    return units;
-}
-
 // Where UTF-16 unit `unit` of a block starts: the byte of the sequence that
 // holds it, and 1 when the unit is the second half of a surrogate pair.
 struct Location {
@@ -80,7 +68,7 @@ void Utf8BlockStorage::recount()
     m_starts.assign(1, 0);
     m_starts.reserve(size_t(m_blocks.size()) + 1);
     for (const QByteArray &block : std::as_const(m_blocks)) {
-        m_starts.push_back(m_starts.back() + utf16Units(block.constData(), block.size()));
+        m_starts.push_back(m_starts.back() + TextFile::utf16Length(block));
     }
 }
 
@@ -190,7 +178,7 @@ void Utf8BlockStorage::replace(qsizetype position, qsizetype removed, const QStr
     units.erase(units.begin() + first, units.begin() + last + 1);
     m_blocks.remove(first, last - first + 1);
     for (qsizetype i = 0; i < encoded.size(); ++i) {
-        units.insert(units.begin() + first + i, utf16Units(encoded[i].constData(), encoded[i].size()));
+        units.insert(units.begin() + first + i, TextFile::utf16Length(encoded[i]));
         m_blocks.insert(first + i, std::move(encoded[i]));
     }
     m_starts.assign(1, 0);

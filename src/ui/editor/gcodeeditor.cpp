@@ -51,18 +51,6 @@ int sequenceLength(unsigned char lead)
     return lead >= 0xC0 ? 2 : 1;
 }
 
-qsizetype utf16Units(const char *bytes, qsizetype length)
-{
-    qsizetype units = 0;
-    for (qsizetype i = 0; i < length; ++i) {
-        const auto byte = static_cast<unsigned char>(bytes[i]);
-        if ((byte & 0xC0) != 0x80) {
-            units += byte >= 0xF0 ? 2 : 1;
-        }
-    }
-    return units;
-}
-
 // A chunk end that does not split a surrogate pair.
 qsizetype chunkEnd(QStringView text, qsizetype from, qsizetype size)
 {
@@ -410,7 +398,7 @@ void GCodeEditor::loadUtf8(QList<QByteArray> blocks, bool restoring)
             }
         }
         previous = block.back();
-        units += utf16Units(block.constData(), block.size());
+        units += TextFile::utf16Length(block);
         SendScintilla(SCI_APPENDTEXT, static_cast<uintptr_t>(block.size()), block.constData());
     }
     SendScintilla(SCI_EMPTYUNDOBUFFER);
@@ -814,7 +802,7 @@ QString GCodeEditor::toolTipAt(qsizetype bytePosition) const
     SendScintilla(SCI_GETTEXTRANGE, long(start), long(end), bytes.data());
     bytes.truncate(end - start);
     const QString text = TextFile::decodeVerbatim(bytes);
-    const qsizetype at = utf16Units(bytes.constData(), bytePosition - start);
+    const qsizetype at = TextFile::utf16Length(QByteArrayView(bytes.constData(), bytePosition - start));
     for (const auto &tip : GCodeHighlighter::spans(text, 0, text.size(), m_language).tooltips) {
         if (at >= tip.start && at < tip.start + tip.length) {
             return tip.text;

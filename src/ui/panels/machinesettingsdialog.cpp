@@ -1,5 +1,7 @@
 #include "machinesettingsdialog.h"
 
+#include "window/unsavedchanges.h"
+
 #include "theme/varnpalette.h"
 
 #include "workspace/appmodel.h"
@@ -432,19 +434,12 @@ bool MachineSettingsDialog::settleUnsavedChanges()
         return true;
     }
     const AppLanguage language = m_model.language();
-    QMessageBox ask(QMessageBox::Question, L10n::text("Machine Settings", language),
-                    L10n::format("Save changes to %@?", language, {storedMachine(m_currentId)->name}),
-                    QMessageBox::NoButton, this);
-    ask.setInformativeText(L10n::text("Your changes will be lost if you don't save them.", language));
-    QPushButton *saveButton = ask.addButton(L10n::text("Save", language), QMessageBox::AcceptRole);
-    QPushButton *discard = ask.addButton(L10n::text("Don’t Save", language), QMessageBox::DestructiveRole);
-    ask.addButton(L10n::text("Cancel", language), QMessageBox::RejectRole);
-    ask.setDefaultButton(saveButton);
-    ask.exec();
-    if (ask.clickedButton() == saveButton) {
+    const UnsavedAnswer answer = askAboutUnsavedChanges(this, L10n::text("Machine Settings", language),
+                                                        storedMachine(m_currentId)->name, language);
+    if (answer == UnsavedAnswer::save) {
         return save();
     }
-    if (ask.clickedButton() == discard) {
+    if (answer == UnsavedAnswer::dontSave) {
         showMachine(storedMachine(m_currentId));
         return true;
     }

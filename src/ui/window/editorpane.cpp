@@ -1,5 +1,7 @@
 #include "editorpane.h"
 
+#include "unsavedchanges.h"
+
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
 #include "resources/varnicons.h"
@@ -261,17 +263,6 @@ void EditorPane::requestClose(EditorDocument *document)
 EditorPane::CloseAnswer EditorPane::askAboutUnsavedWork(EditorDocument *document)
 {
     const AppLanguage language = m_model.language();
-    QMessageBox box(QMessageBox::Warning, L10n::text("VARN Edit", language),
-                    L10n::format("Save changes to %@?", language, {document->displayName(language)}),
-                    QMessageBox::NoButton, window());
-    box.setInformativeText(L10n::text("Your changes will be lost if you don't save them.", language));
-    QPushButton *save = box.addButton(L10n::text("Save", language), QMessageBox::AcceptRole);
-    QPushButton *dontSave = box.addButton(L10n::text("Don't Save", language), QMessageBox::DestructiveRole);
-    box.addButton(L10n::text("Cancel", language), QMessageBox::RejectRole);
-    box.setDefaultButton(save);
-    box.exec();
-    if (box.clickedButton() == save) {
-        return CloseAnswer::save;
-    }
-    return box.clickedButton() == dontSave ? CloseAnswer::dontSave : CloseAnswer::cancel;
+    return askAboutUnsavedChanges(window(), L10n::text("VARN Edit", language), document->displayName(language),
+                                  language);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "window/unsavedchanges.h"
+
 #include "workspace/l10n.h"
 
 #include <QSet>
@@ -30,7 +32,7 @@ class EditorPane : public QWidget {
     Q_OBJECT
 
 public:
-    enum class CloseAnswer { save, dontSave, cancel };
+    using CloseAnswer = UnsavedAnswer;
     using CloseQuestion = std::function<CloseAnswer(EditorDocument *)>;
 
     EditorPane(AppModel &model, EditorController &controller, QWidget *parent = nullptr);
