@@ -37,24 +37,21 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        QDir(dir.path()).mkpath(QStringLiteral("programs"));
+        QDir(dir.path()).mkpath("programs");
         model = makeModel();
     }
-
     std::unique_ptr<AppModel> makeModel()
     {
         AppModel::Options options;
-        options.settingsFile = path(QStringLiteral("settings.ini"));
-        options.machineStoreFile = path(QStringLiteral("machines.json"));
-        options.backupFolder = path(QStringLiteral("Backups"));
+        options.settingsFile = path("settings.ini");
+        options.machineStoreFile = path("machines.json");
+        options.backupFolder = path("Backups");
         options.clock = [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); };
         options.listPorts = [this] { return ports; };
         options.dialogs = &dialogs;
         return std::make_unique<AppModel>(std::move(options));
     }
-
-    QString path(const QString &name) const { return dir.path() + QLatin1Char('/') + name; }
-
+    QString path(const QString &name) const { return dir.path() + '/' + name; }
     QUrl writeFile(const QString &name, const QByteArray &bytes) const
     {
         QFile file(path(name));
@@ -62,20 +59,15 @@ protected:
         file.write(bytes);
         return QUrl::fromLocalFile(path(name));
     }
-
     // Opens a file and waits until its text has arrived.
     EditorDocument *openLoaded(const QUrl &url)
     {
         model->openFile(url);
-        EditorDocument *doc = model->selectedDocument();
         EXPECT_TRUE(waitUntil([&] { return !model->isLoadingAnyFile(); }));
-        return doc;
+        return model->selectedDocument();
     }
-
-    QVariant stored(const QString &key) const
-    {
-        return QSettings(path(QStringLiteral("settings.ini")), QSettings::IniFormat).value(key);
-    }
+    QSettings settings() const { return QSettings(path("settings.ini"), QSettings::IniFormat); }
+    QVariant stored(const QString &key) const { return settings().value(key); }
 
     QTemporaryDir dir;
     FakeDialogs dialogs;
