@@ -1,42 +1,11 @@
-// Drives the real `varn` binary as a script would: bytes in, bytes out, exit status.
-#include <QFile>
+// `varn`'s text tools, analysis and payloads as a script drives them.
+#include "varnhome.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 namespace {
-
-struct VarnRun {
-    int status = -1;
-    QByteArray out, err;
-};
-
-VarnRun varn(const QStringList &arguments, const QByteArray &input = {})
-{
-    QProcess process;
-    process.start(QStringLiteral(VARN_BINARY_DIR "/src/cli/varn"), arguments);
-    EXPECT_TRUE(process.waitForStarted(10000));
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(60000));
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-QString writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    return path;
-}
 
 const QByteArray kDemo = "%\nO0001 (DEMO VARN EDIT)\n(FRESADO DE BOLSILLO - ALUMINIO 6061)\n"
                          "N10 G21 G17 G40 G49 G80 G90\nN20 G54\nN30 T1 M06 (FRESA PLANA D10)\nN40 S3000 M03\n"
@@ -48,6 +17,7 @@ const QByteArray kDemo = "%\nO0001 (DEMO VARN EDIT)\n(FRESADO DE BOLSILLO - ALUM
 
 TEST(Varn, ToolsReadStandardInputAndWriteStandardOutputByteForByte)
 {
+    const VarnHome home;
     const struct {
         QStringList arguments;
         QByteArray in, out;
@@ -73,23 +43,21 @@ TEST(Varn, ToolsReadStandardInputAndWriteStandardOutputByteForByte)
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.arguments.join(' ').toStdString());
-        const VarnRun run = varn(row.arguments, row.in);
+        const VarnRun run = home.run(row.arguments, row.in);
         EXPECT_EQ(run.status, 0) << run.err.constData();
         EXPECT_EQ(run.out, row.out);
     }
-    QTemporaryDir dir;
-    const QString path = writeFile(dir.filePath("p.nc"), "G0 X0\nG1 X1\n");
-    const VarnRun inPlace = varn({"renumber", "-i", path});
+    const VarnRun inPlace = home.run({"renumber", "-i", home.write("p.nc", "G0 X0\nG1 X1\n")});
     EXPECT_EQ(inPlace.status, 0);
     EXPECT_TRUE(inPlace.out.isEmpty());
-    EXPECT_EQ(readFile(path), "N10 G0 X0\nN20 G1 X1\n");
+    EXPECT_EQ(home.read("p.nc"), "N10 G0 X0\nN20 G1 X1\n");
 }
 
 TEST(Varn, BadInputIsOneLineOnStandardErrorWithStatusTwoAndTouchesNothing)
 {
-    QTemporaryDir dir;
+    const VarnHome home;
     const QByteArray latin1 = "G0 X0\n(D\xC9POT)\n";
-    const QString bad = writeFile(dir.filePath("latin1.nc"), latin1);
+    const QString bad = home.write("latin1.nc", latin1);
     const struct {
         QStringList arguments;
         QByteArray in, mentions;
@@ -103,7 +71,7 @@ TEST(Varn, BadInputIsOneLineOnStandardErrorWithStatusTwoAndTouchesNothing)
         {{"renumber", "--start"}, "G0", "--start"},
         {{"scale-feed", "0,9"}, "F100", "0,9"},
         {{"scale-feed"}, "F100", "Usage"},
-        {{"analyze", dir.filePath("missing.nc")}, {}, "missing.nc"},
+        {{"analyze", home.path("missing.nc")}, {}, "missing.nc"},
         {{"analyze", "--lang", "fr"}, "G0", "fr"},
         {{"payload"}, "G0", "--terminator"},
         {{"ranges", "--axes", "X1"}, "G0", "X1"},
@@ -113,24 +81,25 @@ TEST(Varn, BadInputIsOneLineOnStandardErrorWithStatusTwoAndTouchesNothing)
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.arguments.join(' ').toStdString());
-        const VarnRun run = varn(row.arguments, row.in);
+        const VarnRun run = home.run(row.arguments, row.in);
         EXPECT_EQ(run.status, 2);
         EXPECT_TRUE(run.out.isEmpty()) << run.out.constData();
         EXPECT_TRUE(run.err.startsWith("varn: ") && run.err.endsWith('\n') && run.err.count('\n') == 1)
             << run.err.constData();
         EXPECT_TRUE(run.err.contains(row.mentions)) << run.err.constData();
     }
-    EXPECT_EQ(readFile(bad), latin1);
+    EXPECT_EQ(home.read("latin1.nc"), latin1);
 }
 
 TEST(Varn, HelpIsAvailableForEveryCommand)
 {
-    const VarnRun run = varn({"--help"});
+    const VarnHome home;
+    const VarnRun run = home.run({"--help"});
     EXPECT_EQ(run.status, 0);
     for (const char *command : {"renumber", "number-missing", "strip-numbers", "format-spacing", "remove-coolant",
                                 "remove-m", "scale-feed", "scale-spindle", "ranges", "analyze", "payload"}) {
         EXPECT_TRUE(run.out.contains(command)) << command;
-        const VarnRun help = varn({command, "--help"});
+        const VarnRun help = home.run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_TRUE(help.out.contains(QByteArray("varn ") + command)) << command;
     }
@@ -138,7 +107,8 @@ TEST(Varn, HelpIsAvailableForEveryCommand)
 
 TEST(Varn, AnalyzeGivesEveryFieldInOrderAsJsonOrAReportInTheChosenLanguage)
 {
-    const VarnRun run = varn({"analyze", "--json"}, kDemo);
+    const VarnHome home;
+    const VarnRun run = home.run({"analyze", "--json"}, kDemo);
     ASSERT_EQ(run.status, 0) << run.err.constData();
     const QJsonObject json = QJsonDocument::fromJson(run.out).object();
     EXPECT_EQ(json["lineCount"].toInt(), 22);
@@ -160,12 +130,12 @@ TEST(Varn, AnalyzeGivesEveryFieldInOrderAsJsonOrAReportInTheChosenLanguage)
         EXPECT_GT(at, last) << key;
         last = at;
     }
-    const QByteArray empty = varn({"analyze", "--json"}, "").out;
+    const QByteArray empty = home.run({"analyze", "--json"}, "").out;
     for (const char *absent : {"\"programNumber\":null", "\"sRange\":null", "\"estimatedSeconds\":null"}) {
         EXPECT_TRUE(empty.contains(absent)) << empty.constData();
     }
-    const QByteArray english = varn({"analyze"}, "G1 X10\n").out;
+    const QByteArray english = home.run({"analyze"}, "G1 X10\n").out;
     EXPECT_TRUE(english.contains("Missing tape start marker %")) << english.constData();
     EXPECT_TRUE(english.contains("Cutting move with F0 or no F feed rate"));
-    EXPECT_FALSE(varn({"analyze", "--lang", "es"}, "G1 X10\n").out.contains("Missing tape start marker"));
+    EXPECT_FALSE(home.run({"analyze", "--lang", "es"}, "G1 X10\n").out.contains("Missing tape start marker"));
 }

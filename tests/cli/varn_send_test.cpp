@@ -1,21 +1,15 @@
-// `varn send`, `varn machines` and `varn ports` as a shop-floor script runs them:
-// the real binary, profiles from its data folder, a machine on a pty.
+// `varn send`, `varn machines` and `varn ports`: profiles from the home's data folder, a machine on a pty.
 #include "machineemulator.h"
 #include "programgenerator.h"
 #include "ptypair.h"
+#include "varnhome.h"
 
-#include "machines/machine.h"
 #include "transfer/gcodesender.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <fcntl.h>
@@ -23,61 +17,6 @@
 using namespace std::chrono_literals;
 
 namespace {
-
-struct VarnRun {
-    int status = -1;
-    QByteArray out, err;
-};
-
-// A private home: the child gets exactly this environment, so it reads the
-// profiles written here and nothing of the user's.
-class VarnHome {
-public:
-    VarnHome()
-    {
-        QDir().mkpath(m_dir.path() + "/.local/share/VarnEdit");
-        QDir().mkpath(m_dir.path() + "/runtime");
-        QFile::setPermissions(m_dir.path() + "/runtime", QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-
-    void store(const QList<Machine> &machines) const
-    {
-        QFile file(m_dir.path() + "/.local/share/VarnEdit/machines.json");
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(Machine::encodeList(machines));
-    }
-    QString writeProgram(const QString &text) const
-    {
-        QFile file(m_dir.filePath("part.nc"));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text.toUtf8());
-        return file.fileName();
-    }
-    void start(QProcess &process, const QStringList &arguments) const
-    {
-        QProcessEnvironment env;
-        env.insert("HOME", m_dir.path());
-        env.insert("XDG_CONFIG_HOME", m_dir.path() + "/.config");
-        env.insert("XDG_DATA_HOME", m_dir.path() + "/.local/share");
-        env.insert("XDG_RUNTIME_DIR", m_dir.path() + "/runtime");
-        env.insert("LC_ALL", "C.UTF-8"); // the system's error texts in English
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(VARN_BINARY_DIR "/src/cli/varn"), arguments);
-        ASSERT_TRUE(process.waitForStarted(10000));
-        process.closeWriteChannel();
-    }
-    VarnRun run(const QStringList &arguments) const
-    {
-        QProcess process;
-        start(process, arguments);
-        EXPECT_TRUE(process.waitForFinished(30000));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-    }
-
-private:
-    QTemporaryDir m_dir;
-};
 
 Machine profile(const QString &id, const QString &name, Machine::LineTerminator terminator)
 {
@@ -106,7 +45,7 @@ TEST(VarnSend, ProgramReachesTheMachineByteForByteByIdOrNameWithProgressOnStanda
                  {"okuma lathe", 1, "es", "Transferencia completada\n"}};
     VarnHome home;
     home.store(kStored);
-    const QString file = home.writeProgram(kProgram);
+    const QString file = home.write("part.nc", kProgram.toUtf8());
     for (const auto &c : cases) {
         SCOPED_TRACE(c.machine);
         PtyPair pty;
@@ -140,7 +79,7 @@ TEST(VarnSend, AMissingPortEndsWithTheSystemsReasonAndStatusOneAnUnknownMachineW
 {
     VarnHome home;
     home.store(kStored);
-    const QString file = home.writeProgram("G0 X1\n");
+    const QString file = home.write("part.nc", "G0 X1\n");
     const VarnRun missing = home.run({"send", "--machine", "mill-7", "--port", "/dev/varn-no-such-adapter", file});
     EXPECT_EQ(missing.status, 1);
     EXPECT_TRUE(missing.out.isEmpty()) << missing.out.constData();
@@ -163,7 +102,7 @@ TEST(VarnSend, CtrlCWhileTheMachineHoldsTheLineCancelsWithStatus130)
                                   .lifetime = 30s});
     machine.start();
     QProcess process;
-    home.start(process, {"send", "--machine", "mill-7", "--port", pty.slavePath(), home.writeProgram(kProgram)});
+    home.start(process, {"send", "--machine", "mill-7", "--port", pty.slavePath(), home.write("part.nc", kProgram.toUtf8())});
     ASSERT_TRUE(machine.waitUntilHolding(10s));
 
     ASSERT_EQ(::kill(pid_t(process.processId()), SIGINT), 0);
