@@ -11,6 +11,6 @@ namespace ReferenceAnalyzer {
 ProgramAnalysis analyze(const QString &text, AppLanguage language);
 
 // Empty when both analyses hold the same content (ids aside), else the first difference.
-QString difference(const ProgramAnalysis &actual, const ProgramAnalysis &expected);
+QString difference(ProgramAnalysis actual, const ProgramAnalysis &expected);
 
 } // namespace ReferenceAnalyzer

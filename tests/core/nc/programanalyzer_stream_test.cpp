@@ -94,26 +94,6 @@ TEST(ProgramAnalyzerSession, BlocksAndPiecesOfEverySizeGiveTheOneShotResult)
     }
 }
 
-TEST(ProgramAnalyzerSession, CancellationIsAskedAtTheSameLinesAndStopsFeeding)
-{
-    const QString text = QString("G0 X1\r\n").repeated(1100); // 1101 lines: asked at 0, 512, 1024
-    for (const qsizetype piece : {1, 5, 700, 100'000}) {
-        for (const int stopAt : {2, 0}) {
-            int asked = 0;
-            ProgramAnalyzer::Session session(AppLanguage::english, [&] { return ++asked == stopAt; });
-            bool going = true;
-            for (qsizetype from = 0; from < text.size(); from += piece) {
-                going = session.feed(QStringView(text).mid(from, piece)) && going;
-            }
-            const ProgramAnalysis result = session.finish();
-            EXPECT_EQ(going, stopAt == 0);
-            EXPECT_EQ(result.cancelled, stopAt != 0);
-            EXPECT_EQ(asked, stopAt == 0 ? 3 : 2) << "pieces of " << piece;
-            EXPECT_EQ(result.lineCount, stopAt == 0 ? 1101 : result.lineCount);
-        }
-    }
-}
-
 TEST(TextFileStream, BadUtf8IsReportedAtItsOffsetInTheFileWhateverBlockItIsIn)
 {
     const QByteArray lines = ProgramGenerator::milling(3'000).toUtf8();

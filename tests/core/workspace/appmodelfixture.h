@@ -1,7 +1,7 @@
 #pragma once
 
-// A model wired to a private folder: its own settings file, machine store and
-// backups, a fixed clock, a port list the test controls and the scripted dialogs.
+// A model wired to a private folder (settings, machine store, backups), a fixed
+// clock, a port list the test controls and the scripted dialogs.
 #include "fakedialogs.h"
 
 #include "workspace/appmodel.h"
@@ -65,6 +65,16 @@ protected:
         model->openFile(url);
         EXPECT_TRUE(waitUntil([&] { return !model->isLoadingAnyFile(); }));
         return model->selectedDocument();
+    }
+    // Every tab as "name: text", "+" when dirty, "*" on the selected one.
+    QStringList tabs() const
+    {
+        QStringList out;
+        for (EditorDocument *doc : model->documents()) {
+            out << (doc == model->selectedDocument() ? "*" : "") + doc->displayName(AppLanguage::english) +
+                       (doc->isDirty() ? "+: " : ": ") + doc->text();
+        }
+        return out;
     }
     QSettings settings() const { return QSettings(path("settings.ini"), QSettings::IniFormat); }
     QVariant stored(const QString &key) const { return settings().value(key); }

@@ -123,16 +123,3 @@ TEST(TextFile, WriteThatFailsHalfwayLeavesTheOldFileWhole)
     EXPECT_EQ(readBytes(path), "G0 X0\nM30\n");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"part.nc"});
 }
-
-TEST(TextFile, EveryCorpusProgramRoundTrips)
-{
-    const QFileInfoList files = QDir(QStringLiteral(VARN_CORPUS_DIR)).entryInfoList(QDir::Files);
-    if (files.isEmpty()) {
-        GTEST_SKIP() << "no corpus at " << VARN_CORPUS_DIR;
-    }
-    for (const QFileInfo &info : files) {
-        SCOPED_TRACE(info.fileName().toStdString());
-        const QByteArray original = readBytes(info.filePath());
-        expectRoundTrip(original.startsWith("\xEF\xBB\xBF") ? original.mid(3) : original);
-    }
-}
