@@ -12,40 +12,41 @@ namespace {
 
 TEST(LaunchMode, SelfTestWinsAndOnlyExactLightLightensACapture)
 {
+    using K = LaunchMode::Kind;
     const struct {
         QStringList environment;
-        LaunchMode::Kind kind;
-        AppearanceMode appearance;
+        K kind;
+        AppearanceMode appearance = AppearanceMode::dark;
     } cases[] = {
-        {{}, LaunchMode::Kind::interactive, AppearanceMode::dark},
-        {{"VARN_SELFTEST="}, LaunchMode::Kind::selfTest, AppearanceMode::dark},
-        {{"VARN_SELFTEST=", "VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=light"}, LaunchMode::Kind::selfTest,
-         AppearanceMode::dark},
-        {{"VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=light"}, LaunchMode::Kind::capture, AppearanceMode::light},
-        {{"VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=Light"}, LaunchMode::Kind::capture, AppearanceMode::dark},
-        {{"VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=dark"}, LaunchMode::Kind::capture, AppearanceMode::dark},
-        {{"VARN_SHOT=/tmp/a.png"}, LaunchMode::Kind::capture, AppearanceMode::dark},
+        {{}, K::interactive},
+        {{"VARN_SELFTEST="}, K::selfTest},
+        {{"VARN_SELFTEST=", "VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=light"}, K::selfTest},
+        {{"VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=light"}, K::capture, AppearanceMode::light},
+        {{"VARN_SHOT=/tmp/a.png", "VARN_SHOT_MODE=Light"}, K::capture},
+        {{"VARN_SHOT=/tmp/a.png"}, K::capture},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.environment.join(' ').toStdString());
         QProcessEnvironment environment;
         for (const QString &entry : c.environment) {
-            const qsizetype eq = entry.indexOf('=');
-            environment.insert(entry.left(eq), entry.mid(eq + 1));
+            environment.insert(entry.section('=', 0, 0), entry.section('=', 1));
         }
         const LaunchMode mode = LaunchMode::fromEnvironment(environment);
         EXPECT_EQ(mode.kind, c.kind);
-        if (mode.kind == LaunchMode::Kind::capture) {
+        if (mode.kind == K::capture) {
             EXPECT_EQ(mode.captureAppearance, c.appearance);
             EXPECT_EQ(mode.capturePath, QStringLiteral("/tmp/a.png"));
         }
     }
 }
 
-TEST(SingleInstance, ASecondRunHandsItsFilesToTheFirst)
+TEST(SingleInstance, ASecondRunHandsItsFilesToTheFirstAndAStaleSocketIsTakenOver)
 {
     QTemporaryDir dir;
     const QString name = dir.filePath(QStringLiteral("varn.socket"));
+    QFile stale(name); // what a crashed run leaves behind
+    ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
+    stale.close();
     SingleInstance second(name);
     EXPECT_FALSE(second.handOver({QUrl::fromLocalFile("/x.nc")}, 200)) << "nobody runs yet";
 
@@ -61,28 +62,7 @@ TEST(SingleInstance, ASecondRunHandsItsFilesToTheFirst)
     }
     ASSERT_EQ(received.size(), 1);
     EXPECT_EQ(received[0][0].value<QList<QUrl>>(), files);
-}
-
-TEST(SingleInstance, ASocketLeftByACrashedRunIsTakenOver)
-{
-    QTemporaryDir dir;
-    const QString name = dir.filePath(QStringLiteral("varn.socket"));
-    {
-        SingleInstance crashed(name);
-        ASSERT_TRUE(crashed.listen());
-    }
-    // A crash leaves the file behind; QLocalServer removes it on a clean close,
-    // so stage one by hand.
-    QFile stale(name);
-    if (!stale.exists()) {
-        ASSERT_TRUE(stale.open(QIODevice::WriteOnly));
-        stale.close();
-    }
-    SingleInstance next(name);
-    EXPECT_FALSE(next.handOver({}, 200));
-    EXPECT_TRUE(next.listen());
-    SingleInstance late(name);
-    EXPECT_FALSE(late.listen()) << "a live instance's socket is never taken";
+    EXPECT_FALSE(SingleInstance(name).listen()) << "a live instance's socket is never taken";
 }
 
 } // namespace

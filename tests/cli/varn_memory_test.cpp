@@ -1,11 +1,8 @@
-// `varn analyze` on a program far larger than a screenful must stay within
-// twice the file's size, and must still name the byte of a bad character that
-// lies far past the first block it reads.
+// `varn analyze` on a program far larger than a screenful stays within twice
+// the file's size, and names the byte of a bad character far past its first block.
 #include "programgenerator.h"
+#include "varnhome.h"
 
-#include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -45,26 +42,26 @@ qint64 peakResidentBytes(const QString &path, bool viaStandardInput)
     return qint64(usage.ru_maxrss) * 1024;
 }
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
 } // namespace
 
-TEST(VarnMemory, AnalyzeStaysUnderTwiceTheFileSize)
+TEST(VarnMemory, AnalyzeStaysUnderTwiceTheFileSizeAndNamesABadByteFarIntoIt)
 {
+    const VarnHome home;
+    const QByteArray program = ProgramGenerator::milling(20'000'000).toUtf8();
+    const QString large = home.write("large.nc", program + "(caf\xC3\xA9 \xE9)\nM30\n");
+    const QString small = home.write("small.nc", "%\nT1 M6\nS1000 M3\nG1 X1 F100\nM30\n%\n");
+
+    const VarnRun bad = home.run({"analyze", large});
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_TRUE(bad.out.isEmpty());
+    // "(caf", two bytes of "é", " ", then the Latin-1 byte.
+    EXPECT_EQ(bad.err, "varn: " + large.toUtf8() + ": not valid UTF-8 (byte " + QByteArray::number(program.size() + 7) + ").\n");
+
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "sanitizers keep freed memory in quarantine; peak memory means nothing here";
 #endif
-    QTemporaryDir dir;
-    const QString large = dir.filePath(QStringLiteral("large.nc"));
-    const QString small = dir.filePath(QStringLiteral("small.nc"));
-    writeFile(large, ProgramGenerator::milling(20'000'000).toUtf8());
-    writeFile(small, "%\nT1 M6\nS1000 M3\nG1 X1 F100\nM30\n%\n");
+    home.write("large.nc", program);
     const qint64 size = QFile(large).size();
-
     // What does not grow with the program (Qt, ICU, the translations, the
     // code): about 10 MB here, measured the same way so it cancels out exactly.
     const qint64 baseline = peakResidentBytes(small, false);
@@ -75,21 +72,4 @@ TEST(VarnMemory, AnalyzeStaysUnderTwiceTheFileSize)
             << "peak " << peak / 1'000'000 << " MB for a " << size / 1'000'000 << " MB file, baseline "
             << baseline / 1'000'000 << " MB" << (viaStandardInput ? " (standard input)" : "");
     }
-}
-
-TEST(VarnMemory, BadByteFarIntoALargeFileIsNamedWithItsOffset)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("late-bad-byte.nc"));
-    const QByteArray program = ProgramGenerator::milling(9'000'000).toUtf8();
-    writeFile(path, program + "(caf\xC3\xA9 \xE9)\nM30\n");
-    const qint64 offset = program.size() + 7; // "(caf", two bytes of "é", " ", then the Latin-1 byte
-
-    QProcess varn;
-    varn.start(QString::fromUtf8(kVarn), {"analyze", path});
-    ASSERT_TRUE(varn.waitForFinished(60'000));
-    EXPECT_EQ(varn.exitCode(), 2);
-    EXPECT_EQ(varn.readAllStandardError(),
-              "varn: " + path.toUtf8() + ": not valid UTF-8 (byte " + QByteArray::number(offset) + ").\n");
-    EXPECT_TRUE(varn.readAllStandardOutput().isEmpty());
 }

@@ -3,48 +3,15 @@
 #include "nc/gcodereference.h"
 
 #include <QRegularExpression>
-#include <QStringList>
 
 #include <cmath>
 
 namespace {
 
 // `\s` as the program's patterns mean it: the Unicode White_Space characters.
-#define WHITE_SPACE "[\\t-\\r\\x{85}\\p{Z}]"
-
-const QRegularExpression &wordRegex()
-{
-    static const QRegularExpression re(
-        QStringLiteral("([A-Za-z])" WHITE_SPACE "*([+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+))"));
-    Q_ASSERT(re.isValid());
-    return re;
-}
-
-const QRegularExpression &parenComment()
-{
-    static const QRegularExpression re(QStringLiteral("\\([^)]*\\)"));
-    return re;
-}
-
-const QRegularExpression &semiComment()
-{
-    static const QRegularExpression re(QStringLiteral(";[^\\n]*"));
-    return re;
-}
-
-void widen(std::optional<ProgramAnalysis::ValueRange> &range, double value)
-{
-    if (!range) {
-        range = ProgramAnalysis::ValueRange{value, value};
-    } else {
-        range->min = std::min(range->min, value);
-        range->max = std::max(range->max, value);
-    }
-}
-
-} // namespace
-
-namespace ReferenceAnalyzer {
+const QRegularExpression kWord(QStringLiteral("([A-Za-z])[\\t-\\r\\x{85}\\p{Z}]*([+-]?(?:[0-9]+\\.?[0-9]*|\\.[0-9]+))"));
+const QRegularExpression kParen(QStringLiteral("\\([^)]*\\)"));
+const QRegularExpression kSemi(QStringLiteral(";[^\\n]*"));
 
 QString trimmed(const QString &line)
 {
@@ -52,102 +19,71 @@ QString trimmed(const QString &line)
     return QString(line).remove(ends);
 }
 
-QList<QPair<QString, QString>> tokens(const QString &line)
-{
-    QList<QPair<QString, QString>> found;
-    auto it = wordRegex().globalMatch(line);
-    while (it.hasNext()) {
-        const auto match = it.next();
-        found.append({match.captured(1), match.captured(2)});
-    }
-    return found;
-}
-
-QList<QPair<QString, QString>> codeTokens(const QString &line)
-{
-    QString code = line;
-    code.replace(parenComment(), QStringLiteral(" "));
-    code.replace(semiComment(), QStringLiteral(" "));
-    return tokens(code);
-}
-
 std::optional<QString> firstComment(const QString &line)
 {
-    if (const auto paren = parenComment().match(line); paren.hasMatch()) {
-        const QString whole = paren.captured(0);
-        return trimmed(whole.mid(1, whole.size() - 2));
+    if (const auto paren = kParen.match(line); paren.hasMatch()) {
+        return trimmed(paren.captured().mid(1, paren.capturedLength() - 2));
     }
-    if (const auto semi = semiComment().match(line); semi.hasMatch()) {
-        return trimmed(semi.captured(0).mid(1));
+    if (const auto semi = kSemi.match(line); semi.hasMatch()) {
+        return trimmed(semi.captured().mid(1));
     }
     return std::nullopt;
 }
 
-ProgramAnalysis analyze(const QString &text, AppLanguage language)
+void widen(std::optional<ProgramAnalysis::ValueRange> &range, double value)
+{
+    range = range ? ProgramAnalysis::ValueRange{std::min(range->min, value), std::max(range->max, value)}
+                  : ProgramAnalysis::ValueRange{value, value};
+}
+
+} // namespace
+
+ProgramAnalysis ReferenceAnalyzer::analyze(const QString &text, AppLanguage language)
 {
     ProgramAnalysis result;
-    QString framed = text;
-    framed.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    const QStringList lines = framed.split(QLatin1Char('\n'));
+    const QStringList lines = QString(text).replace("\r\n", "\n").replace('\r', '\n').split('\n');
     result.lineCount = int(lines.size());
-
-    const QString inchWord = language == AppLanguage::spanish ? QStringLiteral("pulg") : QStringLiteral("in");
-    double rapid = 8000;
+    double rapid = 8000, position[3] = {0, 0, 0}, feed = 0, time = 0;
     int motion = 0;
-    bool absolute = true;
-    double x = 0, y = 0, z = 0, feed = 0, time = 0;
-    bool spindle = false, programEnd = false, feedWarned = false;
-    static const QRegularExpression programNumber(QStringLiteral("^[Oo](\\p{Nd}+)"));
-
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString &line = lines[i];
-        const int n = i + 1;
+    bool absolute = true, spindle = false, programEnd = false, feedWarned = false;
+    const auto warn = [&](int line, const QString &message) {
+        result.warnings.append({QUuid::createUuid(), line, message});
+    };
+    for (int n = 1; n <= lines.size(); ++n) {
+        const QString &line = lines[n - 1];
         const QString trim = trimmed(line);
-        if (trim.startsWith(QLatin1Char('(')) || trim.startsWith(QLatin1Char(';'))) {
+        if (trim.startsWith('(') || trim.startsWith(';')) {
             if (const auto comment = firstComment(line)) {
                 result.comments.append({QUuid::createUuid(), n, *comment});
             }
         }
-        if (!result.programNumber) {
-            if (const auto match = programNumber.match(trim); match.hasMatch()) {
-                result.programNumber = QLatin1Char('O') + match.captured(1);
-            }
+        static const QRegularExpression programNumber(QStringLiteral("^[Oo](\\p{Nd}+)"));
+        if (const auto match = programNumber.match(trim); !result.programNumber && match.hasMatch()) {
+            result.programNumber = 'O' + match.captured(1);
         }
-        double nx = x, ny = y, nz = z;
+        double next[3] = {position[0], position[1], position[2]};
         bool move = false;
         std::optional<QString> tool;
-        for (const auto &[letterText, value] : codeTokens(line)) {
-            const QChar letter = letterText[0].toUpper();
+        const QString code = QString(line).replace(kParen, " ").replace(kSemi, " ");
+        for (const QRegularExpressionMatch &match : kWord.globalMatch(code)) {
+            const QChar letter = match.captured(1)[0].toUpper();
+            const QString value = match.captured(2);
             bool ok = false;
             const double number = value.toDouble(&ok);
-            const std::optional<int> key = GCodeReference::canonicalKey(value);
-            if (letter == u'G') {
-                if (key && *key >= 0 && *key <= 3) {
-                    motion = *key;
-                } else if (key == 20) {
-                    result.units = inchWord;
-                    rapid = 300;
-                } else if (key == 21) {
-                    result.units = QStringLiteral("mm");
-                    rapid = 8000;
-                } else if (key == 90) {
-                    absolute = true;
-                } else if (key == 91) {
-                    absolute = false;
+            const int key = GCodeReference::canonicalKey(value).value_or(-1);
+            if (letter == u'G' || letter == u'M') {
+                if (letter == u'G' && key >= 0 && key <= 3) {
+                    motion = key;
+                } else if (letter == u'G' && (key == 20 || key == 21)) {
+                    result.units = key == 21 ? QStringLiteral("mm") : language == AppLanguage::spanish ? "pulg" : "in";
+                    rapid = key == 21 ? 8000 : 300;
+                } else if (letter == u'G' && (key == 90 || key == 91)) {
+                    absolute = key == 90;
                 }
-                if (!GCodeReference::isKnown(u'G', value)) {
-                    result.warnings.append({QUuid::createUuid(), n,
-                                            L10n::format("Unknown G code: G%@", language, {value})});
-                }
-            } else if (letter == u'M') {
-                if (key == 3 || key == 4) {
-                    spindle = true;
-                } else if (key == 2 || key == 30) {
-                    programEnd = true;
-                }
-                if (!GCodeReference::isKnown(u'M', value)) {
-                    result.warnings.append({QUuid::createUuid(), n,
-                                            L10n::format("Unknown M code: M%@", language, {value})});
+                spindle |= letter == u'M' && (key == 3 || key == 4);
+                programEnd |= letter == u'M' && (key == 2 || key == 30);
+                if (!GCodeReference::isKnown(letter, value)) {
+                    warn(n, L10n::format(letter == u'G' ? "Unknown G code: G%@" : "Unknown M code: M%@", language, {value}));
                 }
             } else if (letter == u'T') {
                 tool = value;
@@ -156,17 +92,9 @@ ProgramAnalysis analyze(const QString &text, AppLanguage language)
             } else if (letter == u'F' && ok) {
                 feed = number;
                 widen(result.fRange, number);
-            } else if (letter == u'X' && ok) {
-                nx = absolute ? number : nx + number;
-                widen(result.xRange, nx);
-                move = true;
-            } else if (letter == u'Y' && ok) {
-                ny = absolute ? number : ny + number;
-                widen(result.yRange, ny);
-                move = true;
-            } else if (letter == u'Z' && ok) {
-                nz = absolute ? number : nz + number;
-                widen(result.zRange, nz);
+            } else if (const int axis = QStringLiteral("XYZ").indexOf(letter); axis >= 0 && ok) {
+                next[axis] = absolute ? number : next[axis] + number;
+                widen(axis == 0 ? result.xRange : axis == 1 ? result.yRange : result.zRange, next[axis]);
                 move = true;
             }
         }
@@ -174,30 +102,23 @@ ProgramAnalysis analyze(const QString &text, AppLanguage language)
             result.tools.append({QUuid::createUuid(), n, *tool, firstComment(line)});
         }
         if (move) {
-            const double rate = motion == 0 ? rapid : std::max(feed, 1.0);
-            const double dx = nx - x, dy = ny - y, dz = nz - z;
-            time += std::sqrt(dx * dx + dy * dy + dz * dz) / rate * 60;
-            x = nx;
-            y = ny;
-            z = nz;
+            const double dx = next[0] - position[0], dy = next[1] - position[1], dz = next[2] - position[2];
+            time += std::sqrt(dx * dx + dy * dy + dz * dz) / (motion == 0 ? rapid : std::max(feed, 1.0)) * 60;
+            std::copy(next, next + 3, position);
             if (motion != 0 && feed <= 0 && !feedWarned) {
-                result.warnings.append({QUuid::createUuid(), n,
-                                        L10n::text("Cutting move with F0 or no F feed rate", language)});
+                warn(n, L10n::text("Cutting move with F0 or no F feed rate", language));
                 feedWarned = true;
             }
         }
     }
-
-    if (!trimmed(lines[0]).startsWith(QLatin1Char('%'))) {
-        result.warnings.append({QUuid::createUuid(), 1, L10n::text("Missing tape start marker %", language)});
+    if (!trimmed(lines[0]).startsWith('%')) {
+        warn(1, L10n::text("Missing tape start marker %", language));
     }
     if (!programEnd) {
-        result.warnings.append(
-            {QUuid::createUuid(), result.lineCount, L10n::text("No program end found (M30 / M02)", language)});
+        warn(result.lineCount, L10n::text("No program end found (M30 / M02)", language));
     }
     if (!spindle && !result.tools.isEmpty()) {
-        result.warnings.append(
-            {QUuid::createUuid(), 1, L10n::text("Spindle is not started (missing M03 / M04)", language)});
+        warn(1, L10n::text("Spindle is not started (missing M03 / M04)", language));
     }
     if (time > 0) {
         result.estimatedSeconds = time;
@@ -205,45 +126,23 @@ ProgramAnalysis analyze(const QString &text, AppLanguage language)
     return result;
 }
 
-// One line per fact, numbers to the last bit, ids left out.
-QStringList dump(const ProgramAnalysis &a)
+QString ReferenceAnalyzer::difference(ProgramAnalysis actual, const ProgramAnalysis &expected)
 {
-    const auto number = [](double value) { return QString::number(value, 'g', 17); };
-    const auto range = [&](const char *name, const std::optional<ProgramAnalysis::ValueRange> &r) {
-        return QLatin1String(name) + (r ? u' ' + number(r->min) + u' ' + number(r->max) : QStringLiteral(" absent"));
-    };
-    QStringList lines = {QStringLiteral("lineCount %1").arg(a.lineCount),
-                         QStringLiteral("programNumber ") + a.programNumber.value_or(QStringLiteral("absent")),
-                         QStringLiteral("units ") + a.units};
-    for (const auto &tool : a.tools) {
-        lines.append(QStringLiteral("tool %1 [%2] ").arg(tool.line).arg(tool.tool) +
-                     (tool.comment ? u'[' + *tool.comment + u']' : QStringLiteral("no comment")));
-    }
-    for (const auto &comment : a.comments) {
-        lines.append(QStringLiteral("comment %1 [%2]").arg(comment.line).arg(comment.text));
-    }
-    for (const auto &warning : a.warnings) {
-        lines.append(QStringLiteral("warning %1 %2").arg(warning.line).arg(warning.message));
-    }
-    lines << range("s", a.sRange) << range("f", a.fRange) << range("x", a.xRange) << range("y", a.yRange)
-          << range("z", a.zRange)
-          << QStringLiteral("seconds ") + (a.estimatedSeconds ? number(*a.estimatedSeconds) : QStringLiteral("absent"))
-          << QStringLiteral("cancelled %1").arg(a.cancelled);
-    return lines;
-}
-
-QString difference(const ProgramAnalysis &actual, const ProgramAnalysis &expected)
-{
-    const QStringList a = dump(actual);
-    const QStringList e = dump(expected);
-    for (qsizetype i = 0; i < std::max(a.size(), e.size()); ++i) {
-        const QString left = i < a.size() ? a[i] : QStringLiteral("(nothing)");
-        const QString right = i < e.size() ? e[i] : QStringLiteral("(nothing)");
-        if (left != right) {
-            return QStringLiteral("analyzer: %1\nreference: %2").arg(left, right);
+    // Entry ids are random per analysis: lend the expected ones to the entries that line up.
+    const auto lend = [](auto &mine, const auto &theirs) {
+        for (qsizetype i = 0; i < std::min(mine.size(), theirs.size()); ++i) {
+            mine[i].id = theirs[i].id;
         }
-    }
-    return {};
+    };
+    lend(actual.tools, expected.tools);
+    lend(actual.comments, expected.comments);
+    lend(actual.warnings, expected.warnings);
+    const auto summary = [](const ProgramAnalysis &a) {
+        const auto range = [](const auto &r) { return r ? QStringLiteral("%1..%2").arg(r->min, 0, 'g', 17).arg(r->max, 0, 'g', 17) : "-"; };
+        return QStringLiteral("%1 lines, %2, %3, %4 tools, %5 comments, %6 warnings, S %7 F %8 X %9 Y %10 Z %11, %12 s")
+            .arg(a.lineCount).arg(a.programNumber.value_or("-"), a.units).arg(a.tools.size()).arg(a.comments.size())
+            .arg(a.warnings.size()).arg(range(a.sRange), range(a.fRange), range(a.xRange), range(a.yRange), range(a.zRange))
+            .arg(a.estimatedSeconds.value_or(0), 0, 'g', 17);
+    };
+    return actual == expected ? QString() : "analyzer:  " + summary(actual) + "\nreference: " + summary(expected);
 }
-
-} // namespace ReferenceAnalyzer

@@ -18,8 +18,7 @@
 // every call in order and can fail, or hold writes the way a machine in XOFF
 // does until released or interrupted.
 struct FakeLine {
-    std::optional<TransportError> openError;
-    std::optional<TransportError> drainError;
+    std::optional<TransportError> openError, drainError;
     int failingWrite = -1; // zero-based index of the write that fails with writeError
     TransportError writeError = TransportError::writeFailed("Input/output error");
     bool holdWrites = false;
@@ -31,27 +30,10 @@ struct FakeLine {
     bool interrupted = false, released = false, holding = false;
     int writes = 0;
 
-    void note(const QString &entry)
-    {
-        std::lock_guard lock(mutex);
-        log.append(entry);
-    }
-    bool contains(const QString &entry) const
-    {
-        std::lock_guard lock(mutex);
-        return log.contains(entry);
-    }
-    bool isHolding() const
-    {
-        std::lock_guard lock(mutex);
-        return holding;
-    }
-    void release()
-    {
-        std::lock_guard lock(mutex);
-        released = true;
-        wake.notify_all();
-    }
+    void note(const QString &entry) { std::lock_guard lock(mutex); log.append(entry); }
+    bool contains(const QString &entry) const { std::lock_guard lock(mutex); return log.contains(entry); }
+    bool isHolding() const { std::lock_guard lock(mutex); return holding; }
+    void release() { std::lock_guard lock(mutex); released = true; wake.notify_all(); }
 };
 
 class FakeTransport : public SerialTransport {
@@ -84,18 +66,9 @@ public:
         m_line->received += bytes;
         return std::nullopt;
     }
-    std::optional<TransportError> drain(bool dripFeed) override
-    {
-        m_line->note(dripFeed ? "drain drip" : "drain");
-        return m_line->drainError;
-    }
+    std::optional<TransportError> drain(bool dripFeed) override { m_line->note(dripFeed ? "drain drip" : "drain"); return m_line->drainError; }
     void close() override { m_line->note("close"); }
-    void interrupt() override
-    {
-        std::lock_guard lock(m_line->mutex);
-        m_line->interrupted = true;
-        m_line->wake.notify_all();
-    }
+    void interrupt() override { std::lock_guard lock(m_line->mutex); m_line->interrupted = true; m_line->wake.notify_all(); }
 
 private:
     std::shared_ptr<FakeLine> m_line;

@@ -6,139 +6,113 @@
 
 namespace {
 
-struct PromptCase {
-    const char *name;
-    void (AppModel::*command)();
-    std::optional<QString> answer;
-    QString before;
-    QString after; // equal to `before`: the answer must change nothing
-};
-
-class ToolPromptTest : public AppModelTest, public ::testing::WithParamInterface<PromptCase> {};
-
-TEST_P(ToolPromptTest, AppliesOnlyAcceptedAnswers)
+TEST_F(AppModelTest, PromptedToolsApplyOnlyAcceptedAnswers)
 {
-    const PromptCase &c = GetParam();
-    EditorDocument *doc = model->newDocument();
-    doc->setText(c.before);
-    const qint64 revision = doc->revision();
-    dialogs.promptAnswers = {c.answer};
-
-    (model.get()->*c.command)();
-
-    ASSERT_EQ(dialogs.prompts.size(), 1);
-    EXPECT_EQ(doc->text(), c.after);
-    EXPECT_EQ(doc->revision(), revision + (c.after == c.before ? 0 : 1));
-    EXPECT_FALSE(model->alert()) << "a refused answer shows nothing";
+    const QString feed = "G01 X1. F450.\nG01 Y2. F1000", spindle = "S1000 M3\nS3001",
+                  codes = "N10 G0 X0 M08\nN20 M09\nN30 M05";
+    const struct {
+        void (AppModel::*command)();
+        std::optional<QString> answer;
+        QString before, after; // equal: the answer must change nothing
+    } rows[] = {
+        {&AppModel::reduceFeedPrompt, "10", feed, "G01 X1. F405.\nG01 Y2. F900"},
+        {&AppModel::reduceFeedPrompt, " 12,5 % ", "F1000", "F875"},
+        {&AppModel::reduceFeedPrompt, "0", feed, feed},
+        {&AppModel::reduceFeedPrompt, "100", feed, feed},
+        {&AppModel::reduceFeedPrompt, "-5", feed, feed},
+        {&AppModel::reduceFeedPrompt, "ten", feed, feed},
+        {&AppModel::reduceFeedPrompt, "nan", feed, feed},
+        {&AppModel::reduceFeedPrompt, std::nullopt, feed, feed},
+        {&AppModel::adjustSpindlePrompt, "-50", spindle, "S500 M3\nS1501"},
+        {&AppModel::adjustSpindlePrompt, "+10", spindle, "S1100 M3\nS3301"},
+        {&AppModel::adjustSpindlePrompt, "0", spindle, spindle},
+        {&AppModel::adjustSpindlePrompt, "inf", spindle, spindle},
+        {&AppModel::adjustSpindlePrompt, "1e18", spindle, spindle},
+        {&AppModel::adjustSpindlePrompt, std::nullopt, spindle, spindle},
+        {&AppModel::removeMCodesPrompt, "8, 9", codes, "N10 G0 X0\nN30 M05"},
+        {&AppModel::removeMCodesPrompt, " 5 ,x, ", codes, "N10 G0 X0 M08\nN20 M09"},
+        {&AppModel::removeMCodesPrompt, "x, y", codes, codes},
+        {&AppModel::removeMCodesPrompt, std::nullopt, codes, codes},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.before.toStdString() + " with " + row.answer.value_or("(cancel)").toStdString());
+        EditorDocument *doc = model->newDocument();
+        doc->setText(row.before);
+        const qint64 revision = doc->revision();
+        dialogs.asked.clear();
+        dialogs.promptAnswers = {row.answer};
+        (model.get()->*row.command)();
+        EXPECT_EQ(dialogs.asked.size(), 1);
+        EXPECT_EQ(doc->text(), row.after);
+        EXPECT_EQ(doc->revision(), revision + (row.after == row.before ? 0 : 1));
+        EXPECT_FALSE(model->alert()) << "a refused answer shows nothing";
+    }
 }
 
-const QString kFeed = QStringLiteral("G01 X1. F450.\nG01 Y2. F1000");
-const QString kSpindle = QStringLiteral("S1000 M3\nS3001");
-const QString kCodes = QStringLiteral("N10 G0 X0 M08\nN20 M09\nN30 M05");
-
-INSTANTIATE_TEST_SUITE_P(
-    Answers, ToolPromptTest,
-    ::testing::Values(
-        PromptCase{"feed10", &AppModel::reduceFeedPrompt, QStringLiteral("10"), kFeed,
-                   QStringLiteral("G01 X1. F405.\nG01 Y2. F900")},
-        PromptCase{"feedComma", &AppModel::reduceFeedPrompt, QStringLiteral(" 12,5 % "), QStringLiteral("F1000"),
-                   QStringLiteral("F875")},
-        PromptCase{"feed0", &AppModel::reduceFeedPrompt, QStringLiteral("0"), kFeed, kFeed},
-        PromptCase{"feed100", &AppModel::reduceFeedPrompt, QStringLiteral("100"), kFeed, kFeed},
-        PromptCase{"feedNegative", &AppModel::reduceFeedPrompt, QStringLiteral("-5"), kFeed, kFeed},
-        PromptCase{"feedText", &AppModel::reduceFeedPrompt, QStringLiteral("ten"), kFeed, kFeed},
-        PromptCase{"feedNan", &AppModel::reduceFeedPrompt, QStringLiteral("nan"), kFeed, kFeed},
-        PromptCase{"feedCancel", &AppModel::reduceFeedPrompt, std::nullopt, kFeed, kFeed},
-        PromptCase{"spindleHalf", &AppModel::adjustSpindlePrompt, QStringLiteral("-50"), kSpindle,
-                   QStringLiteral("S500 M3\nS1501")},
-        PromptCase{"spindleUp", &AppModel::adjustSpindlePrompt, QStringLiteral("+10"), kSpindle,
-                   QStringLiteral("S1100 M3\nS3301")},
-        PromptCase{"spindle0", &AppModel::adjustSpindlePrompt, QStringLiteral("0"), kSpindle, kSpindle},
-        PromptCase{"spindleInf", &AppModel::adjustSpindlePrompt, QStringLiteral("inf"), kSpindle, kSpindle},
-        PromptCase{"spindleOverflow", &AppModel::adjustSpindlePrompt, QStringLiteral("1e18"), kSpindle, kSpindle},
-        PromptCase{"spindleCancel", &AppModel::adjustSpindlePrompt, std::nullopt, kSpindle, kSpindle},
-        PromptCase{"codesDefault", &AppModel::removeMCodesPrompt, QStringLiteral("8, 9"), kCodes,
-                   QStringLiteral("N10 G0 X0\nN30 M05")},
-        PromptCase{"codesLoose", &AppModel::removeMCodesPrompt, QStringLiteral(" 5 ,x, "), kCodes,
-                   QStringLiteral("N10 G0 X0 M08\nN20 M09")},
-        PromptCase{"codesNone", &AppModel::removeMCodesPrompt, QStringLiteral("x, y"), kCodes, kCodes},
-        PromptCase{"codesCancel", &AppModel::removeMCodesPrompt, std::nullopt, kCodes, kCodes}),
-    [](const ::testing::TestParamInfo<PromptCase> &param) { return std::string(param.param.name); });
-
-TEST_F(AppModelTest, PromptsAskInTheInterfaceLanguage)
+TEST_F(AppModelTest, PromptsAskInTheInterfaceLanguageAndNothingAsksWithoutADocument)
 {
     const struct {
         void (AppModel::*command)();
-        const char *title;
-        const char *message;
-        QString defaultText;
+        const char *title, *message, *defaultText;
     } prompts[] = {
-        {&AppModel::goToPrompt, "Go To", "Line number or N block number (e.g. 120 or N120):", QString()},
-        {&AppModel::removeMCodesPrompt, "Remove M Codes", "M codes to remove, separated by commas (e.g. 8, 9, 0):",
-         QStringLiteral("8, 9")},
-        {&AppModel::reduceFeedPrompt, "Reduce Feed", "Reduce ALL F feed rates by this percentage:",
-         QStringLiteral("10")},
+        {&AppModel::goToPrompt, "Go To", "Line number or N block number (e.g. 120 or N120):", ""},
+        {&AppModel::removeMCodesPrompt, "Remove M Codes", "M codes to remove, separated by commas (e.g. 8, 9, 0):", "8, 9"},
+        {&AppModel::reduceFeedPrompt, "Reduce Feed", "Reduce ALL F feed rates by this percentage:", "10"},
         {&AppModel::adjustSpindlePrompt, "Adjust Spindle S",
-         "Change ALL S values by % (positive increases, negative decreases):", QStringLiteral("0")},
+         "Change ALL S values by % (positive increases, negative decreases):", "0"},
     };
     model->newDocument();
     for (AppLanguage language : AppLanguages::allCases) {
         model->setLanguage(language);
         for (const auto &p : prompts) {
-            dialogs.prompts.clear();
+            dialogs.asked.clear();
             (model.get()->*p.command)();
-            ASSERT_EQ(dialogs.prompts.size(), 1) << p.title;
-            const FakeDialogs::Prompt &asked = dialogs.prompts[0];
-            EXPECT_EQ(asked.title, L10n::text(p.title, language));
-            EXPECT_EQ(asked.message, L10n::text(p.message, language));
-            EXPECT_EQ(asked.defaultText, p.defaultText);
-            EXPECT_EQ(asked.applyLabel, L10n::text("Apply", language));
-            EXPECT_EQ(asked.cancelLabel, L10n::text("Cancel", language));
+            EXPECT_EQ(dialogs.asked, QStringList{QStringList({"prompt", L10n::text(p.title, language),
+                                                              L10n::text(p.message, language), p.defaultText,
+                                                              L10n::text("Apply", language), L10n::text("Cancel", language)})
+                                                     .join('|')});
         }
     }
-    EXPECT_NE(L10n::text("Apply", AppLanguage::spanish), QStringLiteral("Apply"));
-}
+    EXPECT_NE(L10n::text("Apply", AppLanguage::spanish), "Apply");
 
-TEST_F(AppModelTest, WithoutADocumentNoCommandAsksOrActs)
-{
-    model->closeDocument(model->newDocument());
+    dialogs.asked.clear();
     model->setSelectedDocumentId(std::nullopt);
     for (auto command : {&AppModel::goToPrompt, &AppModel::removeMCodesPrompt, &AppModel::reduceFeedPrompt,
                          &AppModel::adjustSpindlePrompt, &AppModel::showAxisRanges, &AppModel::saveSelected}) {
         (model.get()->*command)();
     }
     model->applyTool(AppModel::Tool::renumber);
-    EXPECT_TRUE(dialogs.prompts.isEmpty());
-    EXPECT_TRUE(dialogs.savePanels.isEmpty());
+    EXPECT_TRUE(dialogs.asked.isEmpty());
     EXPECT_FALSE(model->alert());
 }
 
 TEST_F(AppModelTest, LineToolsWorkOnTheSelectedProgramOnly)
 {
     EditorDocument *other = model->newDocument();
-    other->setText(QStringLiteral("G0"));
+    other->setText("G0");
     EditorDocument *doc = model->newDocument();
-    doc->setText(QStringLiteral("%\nN5 G0 X0 M08\nG1  X1\n"));
-
-    model->applyTool(AppModel::Tool::renumber);
-    EXPECT_EQ(doc->text(), QStringLiteral("%\nN10 G0 X0 M08\nN20 G1  X1\n"));
-    model->applyTool(AppModel::Tool::removeCoolant);
-    EXPECT_EQ(doc->text(), QStringLiteral("%\nN10 G0 X0\nN20 G1 X1\n"));
-    model->applyTool(AppModel::Tool::removeLineNumbers);
-    EXPECT_EQ(doc->text(), QStringLiteral("%\nG0 X0\nG1 X1\n"));
-    model->applyTool(AppModel::Tool::addLineNumbers);
-    EXPECT_EQ(doc->text(), QStringLiteral("%\nN10 G0 X0\nN20 G1 X1\n"));
-    doc->setText(QStringLiteral("  G0   X1  "));
+    doc->setText("%\nN5 G0 X0 M08\nG1  X1\n");
+    const std::pair<AppModel::Tool, QString> steps[] = {
+        {AppModel::Tool::renumber, "%\nN10 G0 X0 M08\nN20 G1  X1\n"},
+        {AppModel::Tool::removeCoolant, "%\nN10 G0 X0\nN20 G1 X1\n"},
+        {AppModel::Tool::removeLineNumbers, "%\nG0 X0\nG1 X1\n"},
+        {AppModel::Tool::addLineNumbers, "%\nN10 G0 X0\nN20 G1 X1\n"},
+    };
+    for (const auto &[tool, expected] : steps) {
+        model->applyTool(tool);
+        EXPECT_EQ(doc->text(), expected);
+    }
+    doc->setText("  G0   X1  ");
     model->applyTool(AppModel::Tool::formatSpacing);
-    EXPECT_EQ(doc->text(), QStringLiteral("G0 X1"));
+    EXPECT_EQ(doc->text(), "G0 X1");
     EXPECT_TRUE(doc->isDirty());
-    EXPECT_EQ(other->text(), QStringLiteral("G0"));
+    EXPECT_EQ(other->text(), "G0");
 }
 
 class RecordingNavigator : public EditorNavigator {
 public:
-    void goToLine(int line) override { calls.append(QStringLiteral("line %1").arg(line)); }
-    void goToBlockN(qint64 number) override { calls.append(QStringLiteral("block %1").arg(number)); }
+    void goToLine(int line) override { calls << QStringLiteral("line %1").arg(line); }
+    void goToBlockN(qint64 number) override { calls << QStringLiteral("block %1").arg(number); }
     QStringList calls;
 };
 
@@ -147,20 +121,14 @@ TEST_F(AppModelTest, GoToTakesALineOrAnNBlock)
     RecordingNavigator navigator;
     model->setEditor(&navigator);
     model->newDocument();
-    dialogs.promptAnswers = {QStringLiteral("120"),         QStringLiteral(" n0120 "),
-                             QStringLiteral("N 7"),         QStringLiteral("99999999999"),
-                             QStringLiteral("12a"),         QStringLiteral("-3"),
-                             QStringLiteral(""),            QStringLiteral("N"),
-                             QStringLiteral("N99999999999999999999"), std::nullopt};
+    dialogs.promptAnswers = {"120", " n0120 ", "N 7", "99999999999", "12a", "-3", "", "N", "N99999999999999999999",
+                             std::nullopt};
     for (int i = 0; i < 10; ++i) {
         model->goToPrompt();
     }
-    EXPECT_EQ(navigator.calls,
-              (QStringList{QStringLiteral("line 120"), QStringLiteral("block 120"), QStringLiteral("block 7"),
-                           QStringLiteral("line 2147483647")}));
-
+    EXPECT_EQ(navigator.calls, QStringList({"line 120", "block 120", "block 7", "line 2147483647"}));
     model->setEditor(nullptr);
-    dialogs.promptAnswers = {QStringLiteral("5")};
+    dialogs.promptAnswers = {"5"};
     model->goToPrompt(); // no editor: nothing to move, nothing breaks
     EXPECT_EQ(navigator.calls.size(), 4);
 }
@@ -168,14 +136,12 @@ TEST_F(AppModelTest, GoToTakesALineOrAnNBlock)
 TEST_F(AppModelTest, AxisRangesAlertNamesTheProgram)
 {
     EditorDocument *doc = model->newDocument();
-    doc->setText(QStringLiteral("G0 X-1.5 Y2\nG1 X10 (X99)\n"));
+    doc->setText("G0 X-1.5 Y2\nG1 X10 (X99)\n");
     model->showAxisRanges();
     ASSERT_TRUE(model->alert());
-    EXPECT_EQ(model->alert()->title, QStringLiteral("Axis Ranges (Untitled)"));
-    EXPECT_EQ(model->alert()->message, QStringLiteral("X:   min -1.5    max 10    (\u0394 11.5)\n"
-                                                      "Y:   min 2    max 2    (\u0394 0)"));
-
-    doc->setText(QStringLiteral("M30"));
+    EXPECT_EQ(model->alert()->title, "Axis Ranges (Untitled)");
+    EXPECT_EQ(model->alert()->message, "X:   min -1.5    max 10    (\u0394 11.5)\nY:   min 2    max 2    (\u0394 0)");
+    doc->setText("M30");
     model->setLanguage(AppLanguage::spanish);
     model->showAxisRanges();
     EXPECT_EQ(model->alert()->message,

@@ -1,7 +1,7 @@
 #pragma once
 
-// A model wired to a private folder: its own settings file, machine store and
-// backups, a fixed clock, a port list the test controls and the scripted dialogs.
+// A model wired to a private folder (settings, machine store, backups), a fixed
+// clock, a port list the test controls and the scripted dialogs.
 #include "fakedialogs.h"
 
 #include "workspace/appmodel.h"
@@ -37,24 +37,21 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        QDir(dir.path()).mkpath(QStringLiteral("programs"));
+        QDir(dir.path()).mkpath("programs");
         model = makeModel();
     }
-
     std::unique_ptr<AppModel> makeModel()
     {
         AppModel::Options options;
-        options.settingsFile = path(QStringLiteral("settings.ini"));
-        options.machineStoreFile = path(QStringLiteral("machines.json"));
-        options.backupFolder = path(QStringLiteral("Backups"));
+        options.settingsFile = path("settings.ini");
+        options.machineStoreFile = path("machines.json");
+        options.backupFolder = path("Backups");
         options.clock = [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); };
         options.listPorts = [this] { return ports; };
         options.dialogs = &dialogs;
         return std::make_unique<AppModel>(std::move(options));
     }
-
-    QString path(const QString &name) const { return dir.path() + QLatin1Char('/') + name; }
-
+    QString path(const QString &name) const { return dir.path() + '/' + name; }
     QUrl writeFile(const QString &name, const QByteArray &bytes) const
     {
         QFile file(path(name));
@@ -62,20 +59,25 @@ protected:
         file.write(bytes);
         return QUrl::fromLocalFile(path(name));
     }
-
     // Opens a file and waits until its text has arrived.
     EditorDocument *openLoaded(const QUrl &url)
     {
         model->openFile(url);
-        EditorDocument *doc = model->selectedDocument();
         EXPECT_TRUE(waitUntil([&] { return !model->isLoadingAnyFile(); }));
-        return doc;
+        return model->selectedDocument();
     }
-
-    QVariant stored(const QString &key) const
+    // Every tab as "name: text", "+" when dirty, "*" on the selected one.
+    QStringList tabs() const
     {
-        return QSettings(path(QStringLiteral("settings.ini")), QSettings::IniFormat).value(key);
+        QStringList out;
+        for (EditorDocument *doc : model->documents()) {
+            out << (doc == model->selectedDocument() ? "*" : "") + doc->displayName(AppLanguage::english) +
+                       (doc->isDirty() ? "+: " : ": ") + doc->text();
+        }
+        return out;
     }
+    QSettings settings() const { return QSettings(path("settings.ini"), QSettings::IniFormat); }
+    QVariant stored(const QString &key) const { return settings().value(key); }
 
     QTemporaryDir dir;
     FakeDialogs dialogs;

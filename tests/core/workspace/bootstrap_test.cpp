@@ -12,7 +12,7 @@ struct ScopedEnvironment {
     QList<const char *> names;
     void set(const char *name, const QByteArray &value)
     {
-        names.append(name);
+        names << name;
         qputenv(name, value);
     }
     ~ScopedEnvironment()
@@ -23,63 +23,41 @@ struct ScopedEnvironment {
     }
 };
 
-class BootstrapTest : public AppModelTest {
-protected:
-    void writeSetting(const QString &key, const QVariant &value)
-    {
-        QSettings settings(path(QStringLiteral("settings.ini")), QSettings::IniFormat);
-        settings.setValue(key, value);
-    }
-};
-
-TEST_F(BootstrapTest, PlainStartHasOneDocumentTheFirstMachineAndTheTimer)
-{
-    ports = {{QStringLiteral("/dev/ttyUSB3"), {}}};
-    QSignalSpy applied(model.get(), &AppModel::appearanceApplied);
-    model->bootstrap();
-    ASSERT_EQ(model->documents().size(), 1);
-    EXPECT_TRUE(model->selectedDocument()->isUntitled());
-    EXPECT_EQ(model->selectedMachineId(), model->machineStore().machines().first().id);
-    EXPECT_EQ(model->selectedPortPath(), QStringLiteral("/dev/ttyUSB3"));
-    EXPECT_EQ(model->appearance(), AppearanceMode::system);
-    ASSERT_EQ(applied.size(), 1) << "the default appearance is applied too";
-    EXPECT_EQ(model->editorFontSize(), 13.0);
-    EXPECT_TRUE(model->isAutosaveTimerActive());
-    EXPECT_FALSE(model->showInspector());
-}
-
-TEST_F(BootstrapTest, StoredSettingsAreTakenAsTheyAre)
+TEST_F(AppModelTest, PlainStartTakesStoredSettingsAsTheyAreWithOneDocumentTheFirstMachineAndTheTimer)
 {
     const struct {
-        QVariant appearance;
-        QVariant fontSize;
-        AppearanceMode expectedMode;
-        double expectedSize;
+        QVariant appearance, fontSize;
+        AppearanceMode mode;
+        double size;
     } cases[] = {
-        {QStringLiteral("dark"), 3.0, AppearanceMode::dark, 3.0},
-        {QStringLiteral("light"), QStringLiteral("40.5"), AppearanceMode::light, 40.5},
-        {QStringLiteral("Dark"), QStringLiteral("big"), AppearanceMode::system, 13.0},
-        {QVariant(), QVariant(), AppearanceMode::system, 13.0},
+        {QVariant(), QVariant(), AppearanceMode::system, 13.0}, // the default appearance is applied too
+        {"dark", 3.0, AppearanceMode::dark, 3.0},
+        {"light", "40.5", AppearanceMode::light, 40.5},
+        {"Dark", "big", AppearanceMode::system, 13.0},
     };
+    ports = {{"/dev/ttyUSB3", {}}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.appearance.toString().toStdString());
-        writeSetting(QStringLiteral("varn.appearance"), c.appearance);
-        writeSetting(QStringLiteral("varn.fontSize"), c.fontSize);
+        settings().setValue("varn.appearance", c.appearance);
+        settings().setValue("varn.fontSize", c.fontSize);
         model = makeModel();
         QSignalSpy applied(model.get(), &AppModel::appearanceApplied);
         model->bootstrap();
-        EXPECT_EQ(model->appearance(), c.expectedMode);
-        EXPECT_EQ(model->editorFontSize(), c.expectedSize);
+        EXPECT_EQ(model->appearance(), c.mode);
+        EXPECT_EQ(model->editorFontSize(), c.size);
         ASSERT_EQ(applied.size(), 1);
-        EXPECT_EQ(applied[0][0].value<AppearanceMode>(), c.expectedMode);
+        EXPECT_EQ(applied[0][0].value<AppearanceMode>(), c.mode);
+        ASSERT_EQ(model->documents().size(), 1);
+        EXPECT_TRUE(model->selectedDocument()->isUntitled());
+        EXPECT_EQ(model->selectedMachineId(), model->machineStore().machines().first().id);
+        EXPECT_EQ(model->selectedPortPath(), "/dev/ttyUSB3");
+        EXPECT_TRUE(model->isAutosaveTimerActive());
+        EXPECT_FALSE(model->showInspector());
     }
-}
-
-TEST_F(BootstrapTest, CaptureModeNeverAppliesTheStoredAppearance)
-{
+    // A capture never applies the stored appearance.
     ScopedEnvironment env;
     env.set("VARN_SHOT", "/tmp/shot.png");
-    writeSetting(QStringLiteral("varn.appearance"), QStringLiteral("light"));
+    settings().setValue("varn.appearance", "light");
     model = makeModel();
     QSignalSpy applied(model.get(), &AppModel::appearanceApplied);
     model->bootstrap();
@@ -87,41 +65,37 @@ TEST_F(BootstrapTest, CaptureModeNeverAppliesTheStoredAppearance)
     EXPECT_EQ(applied.size(), 0);
 }
 
-TEST_F(BootstrapTest, EnvironmentStagesFoldersAFileAndTheInspector)
+TEST_F(AppModelTest, EnvironmentStagesFoldersAFileAndTheInspector)
 {
-    QDir(dir.path()).mkpath(QStringLiteral("remembered"));
-    writeSetting(QStringLiteral("varn.folders"), QStringList{path(QStringLiteral("remembered"))});
-    const QUrl program = writeFile(QStringLiteral("programs/demo.nc"), "T1 M6\nG0 X1\n");
+    QDir(dir.path()).mkpath("remembered");
+    settings().setValue("varn.folders", QStringList{path("remembered")});
+    const QUrl program = writeFile("programs/demo.nc", "T1 M6\nG0 X1\n");
     ScopedEnvironment env;
     env.set("VARN_FOLDER", "/a::/b:");
     env.set("VARN_OPEN", program.toLocalFile().toUtf8());
     env.set("VARN_INSPECTOR", "");
     model = makeModel();
     model->bootstrap();
-
     EXPECT_EQ(model->folderUrls(), (QList<QUrl>{QUrl::fromLocalFile("/a"), QUrl::fromLocalFile("/b")}));
     EXPECT_EQ(model->fileTreeRoots().size(), 2);
     ASSERT_EQ(model->documents().size(), 1) << "the file takes the untouched untitled tab's place";
     EXPECT_EQ(model->selectedDocument()->url(), program);
     EXPECT_TRUE(model->showInspector());
     ASSERT_TRUE(waitUntil([&] { return model->analysis() && model->analysis()->tools.size() == 1; }));
-    EXPECT_EQ(stored(QStringLiteral("varn.folders")).toStringList(), QStringList{path(QStringLiteral("remembered"))})
-        << "the staged folders are not remembered";
+    EXPECT_EQ(stored("varn.folders").toStringList(), QStringList{path("remembered")}) << "staged folders are not remembered";
 }
 
-TEST_F(BootstrapTest, FilesHandedOverBeforeStartAreOpenedOnce)
+TEST_F(AppModelTest, FilesHandedOverBeforeStartAreOpenedOnceAndLaterOnesGoStraightToTheModel)
 {
-    const QUrl a = writeFile(QStringLiteral("a.nc"), "G0 X1");
-    const QUrl b = writeFile(QStringLiteral("b.nc"), "G0 X2");
+    const QUrl a = writeFile("a.nc", "G0 X1"), b = writeFile("b.nc", "G0 X2");
     ExternalFileOpenCoordinator &coordinator = ExternalFileOpenCoordinator::shared();
-    coordinator.enqueue({a, QUrl::fromLocalFile(dir.path() + QStringLiteral("/./a.nc")), b});
+    coordinator.enqueue({a, QUrl::fromLocalFile(dir.path() + "/./a.nc"), QUrl("https://example.com/x.nc"), b});
+    EXPECT_EQ(coordinator.pendingUrls(), (QList<QUrl>{a, b}));
     model->bootstrap();
     ASSERT_EQ(model->documents().size(), 2);
     EXPECT_EQ(model->documents()[0]->url(), a);
     EXPECT_EQ(model->documents()[1]->url(), b);
     EXPECT_EQ(model->selectedDocument()->url(), b);
-
-    // Once running, files go straight to the model, which selects an open one.
     coordinator.enqueue({a});
     EXPECT_EQ(model->selectedDocument()->url(), a);
     EXPECT_EQ(model->documents().size(), 2);

@@ -17,9 +17,7 @@ public:
     explicit ReadOnlyFolder(QString path) : m_path(std::move(path))
     {
         QFile::setPermissions(m_path, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-        if (writable()) {
-            m_immutable = setImmutable(true);
-        }
+        m_immutable = writable() && setImmutable(true);
     }
     ~ReadOnlyFolder()
     {
@@ -35,28 +33,20 @@ public:
     {
         const QByteArray probe = QFile::encodeName(m_path + "/.probe");
         const int fd = ::open(probe.constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-        if (fd < 0) {
-            return false;
-        }
-        ::close(fd);
-        ::unlink(probe.constData());
-        return true;
+        return fd >= 0 && ::close(fd) == 0 && ::unlink(probe.constData()) == 0;
     }
 
 private:
     bool setImmutable(bool on) const
     {
         const int fd = ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_DIRECTORY);
-        if (fd < 0) {
-            return false;
-        }
         int flags = 0;
-        bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-        if (done) {
-            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-            done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+        bool done = fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+        done = done && ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+        if (fd >= 0) {
+            ::close(fd);
         }
-        ::close(fd);
         return done;
     }
 
