@@ -83,10 +83,6 @@ struct Writer {
 
 const Writer kWriters[] = {
     {"text", [](const QString &, const QString &target) { return TextFile::writeAtomically(target, newText()).isEmpty(); }},
-    {"bytes",
-     [](const QString &, const QString &target) {
-         return TextFile::writeBytesAtomically(target, newText().toUtf8()).isEmpty();
-     }},
     {"document",
      [](const QString &, const QString &target) {
          EditorDocument document(QUrl::fromLocalFile(target), QString::fromUtf8(kOld));

@@ -86,29 +86,3 @@ TEST(OddProgram, OpensAndWorksOrIsRefusedWithItsOffset)
     }
 }
 
-TEST(VarnGuards, NumbersPastSixtyFourBitsAreRefusedNotFatal)
-{
-    QTemporaryDir dir;
-    const QString program = writeFile(dir, "p.nc", "%\nG0 X1\nG1 F50 S20\nM30\n%\n");
-    const QString farDecimal = writeFile(dir, "d.nc", "G1 F1000.0 S" + QByteArray(310, '9') + ".5\n");
-    const std::pair<QStringList, QByteArray> cases[] = {
-        {{"renumber", "--start", "9223372036854775800", "--increment", "5", program}, "would not fit in 64 bits"},
-        {{"number-missing", "--start", "-9223372036854775808", "--increment", "-1", program},
-         "would not fit in 64 bits"},
-        {{"renumber", "--start", "9223372036854775808", program}, "needs a whole number"},
-        {{"scale-feed", "1000000000000000000000", program}, "would not fit in 64 bits"},
-        {{"scale-spindle", "-1000000000000000000", program}, "would not fit in 64 bits"},
-        {{"scale-feed", "1e400", program}, "1e400"},
-        // Past a double's range a decimal would be written back as "inf".
-        {{"scale-feed", "1" + QString(306, '0'), farDecimal}, "would not fit"},
-        {{"scale-spindle", "1.5", farDecimal}, "would not fit"},
-    };
-    for (const auto &[arguments, message] : cases) {
-        SCOPED_TRACE(arguments.join(' ').toStdString());
-        const VarnRun run = varn(arguments);
-        EXPECT_EQ(run.status, 2);
-        EXPECT_TRUE(run.out.isEmpty());
-        EXPECT_EQ(run.err.count('\n'), 1);
-        EXPECT_TRUE(run.err.contains(message)) << run.err.constData();
-    }
-}

@@ -1,18 +1,22 @@
 #pragma once
 
-// A model for the panels, wired to a private folder: its own settings file and
-// machine store, ports the test lists, and scripted dialogs.
+// A model wired to a private folder (its own settings file, machine store and
+// backups, ports the test lists, scripted dialogs) and, on request, a main
+// window over it.
 #include "core/workspace/fakedialogs.h"
+
+#include "window/commandmenus.h"
+#include "window/editorpane.h"
+#include "window/mainwindow.h"
 
 #include "workspace/appmodel.h"
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-
-#include <memory>
 
 template <typename Condition>
 bool waitFor(Condition done, int ms = 5000)
@@ -27,10 +31,8 @@ bool waitFor(Condition done, int ms = 5000)
     return true;
 }
 
-class PanelTest : public ::testing::Test {
+class UiTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(dir.isValid()); }
-
     AppModel &makeModel(TransferController::TransportFactory factory = {})
     {
         AppModel::Options options;
@@ -43,15 +45,41 @@ protected:
         model = std::make_unique<AppModel>(std::move(options));
         return *model;
     }
+    MainWindow &showWindow()
+    {
+        makeModel();
+        window = std::make_unique<MainWindow>(*model);
+        window->show(); // runs the model's start-up
+        QCoreApplication::processEvents();
+        return *window;
+    }
+    void trigger(const char *englishMenuText)
+    {
+        QAction *action = window->menus()->action(QString::fromUtf8(englishMenuText));
+        ASSERT_NE(action, nullptr) << englishMenuText;
+        action->trigger();
+        QCoreApplication::processEvents();
+    }
 
     QString path(const QString &name) const { return dir.path() + QLatin1Char('/') + name; }
     QVariant stored(const QString &key) const
     {
         return QSettings(path("settings.ini"), QSettings::IniFormat).value(key);
     }
+    // Writes a file and opens it, waiting until its text has arrived.
+    EditorDocument *openFile(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(path(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
+        file.close();
+        model->openFile(QUrl::fromLocalFile(path(name)));
+        EXPECT_TRUE(waitFor([&] { return !model->isLoadingAnyFile(); }));
+        return model->selectedDocument();
+    }
 
     QTemporaryDir dir;
     FakeDialogs dialogs;
     QList<SerialPort> ports;
     std::unique_ptr<AppModel> model;
+    std::unique_ptr<MainWindow> window;
 };
