@@ -26,8 +26,8 @@ VarnRun varn(const QStringList &arguments)
     process.start(QStringLiteral(VARN_BINARY_DIR "/src/cli/varn"), arguments);
     process.closeWriteChannel();
     EXPECT_TRUE(process.waitForFinished(120000)) << "varn is built with the tests";
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1, process.readAllStandardOutput(),
-            process.readAllStandardError()};
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
 QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &bytes)
@@ -67,7 +67,8 @@ TEST(OddProgram, OpensAndWorksOrIsRefusedWithItsOffset)
             EXPECT_EQ(read.invalidByteOffset, odd.invalidAt);
             EXPECT_TRUE(read.text.isEmpty());
             EXPECT_EQ(analyzed.status, 2);
-            EXPECT_TRUE(analyzed.err.contains("not valid UTF-8 (byte " + QByteArray::number(odd.invalidAt) + ")"))
+            EXPECT_TRUE(
+                analyzed.err.contains("not valid UTF-8 (byte " + QByteArray::number(odd.invalidAt) + ")"))
                 << analyzed.err.constData();
             continue;
         }
@@ -85,4 +86,3 @@ TEST(OddProgram, OpensAndWorksOrIsRefusedWithItsOffset)
         EXPECT_TRUE(written.readAll() == (read.hadByteOrderMark ? odd.bytes.mid(3) : odd.bytes));
     }
 }
-

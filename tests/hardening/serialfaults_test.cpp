@@ -27,16 +27,37 @@ QString systemText(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-ssize_t realWrite(int fd, const void *buffer, size_t length)
+using Script = std::function<void(SyscallFaults &)>;
+
+// Write calls `from` to `to` fail with `error`; the others pass at most `chunk` bytes on.
+Script failWrites(int from, int to, int error, size_t chunk = SIZE_MAX)
 {
-    return cserial_real_syscalls.write(fd, buffer, length);
+    return [=](SyscallFaults &f) {
+        f.write = [=](int call, int fd, const void *buffer, size_t length) {
+            return call >= from && call <= to
+                       ? SyscallFaults::fail(error)
+                       : cserial_real_syscalls.write(fd, buffer, std::min(length, chunk));
+        };
+    };
 }
 
-// Fails one kind of ioctl request and passes the others on.
-auto failRequest(bool (*matches)(unsigned long), int error)
+// A line that never frees: every write finds the buffer full and each wait answers `poll`.
+Script heldLine(int (*poll)(pollfd *fds))
 {
-    return [matches, error](int, int fd, unsigned long request, void *argument) {
-        return matches(request) ? SyscallFaults::fail(error) : cserial_real_syscalls.ioctl(fd, request, argument);
+    return [=](SyscallFaults &f) {
+        failWrites(1, INT_MAX, EAGAIN)(f);
+        f.poll = [=](int, pollfd *fds, unsigned long, int) { return poll(fds); };
+    };
+}
+
+// One kind of ioctl request fails with `error`; the others pass.
+Script failIoctl(bool (*matches)(unsigned long), int error)
+{
+    return [=](SyscallFaults &f) {
+        f.ioctl = [=](int, int fd, unsigned long request, void *argument) {
+            return matches(request) ? SyscallFaults::fail(error)
+                                    : cserial_real_syscalls.ioctl(fd, request, argument);
+        };
     };
 }
 
@@ -48,7 +69,7 @@ bool isSetSpeed(unsigned long request)
 
 struct Fault {
     const char *name;
-    std::function<void(SyscallFaults &)> script;
+    Script script;
     Kind end;
     QString text; // %1 is the device
     int baud = 115200;
@@ -59,65 +80,26 @@ struct Fault {
 
 TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
 {
-    const auto fullBuffer = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
     const QString configure = QStringLiteral("Could not configure the port: ");
     const QString waiting = QStringLiteral("Send error: waiting for the port");
     const Fault faults[] = {
-        {"interrupted writes are retried",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call <= 3 ? SyscallFaults::fail(EINTR) : realWrite(fd, b, n);
-             };
-         },
-         Kind::finished, {}},
-        {"short writes go on where they stopped",
-         [](SyscallFaults &f) {
-             f.write = [](int, int fd, const void *b, size_t n) { return realWrite(fd, b, std::min<size_t>(n, 7)); };
-         },
-         Kind::finished, {}},
-        {"a storm of full buffers ends when the line frees",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call <= 300 ? SyscallFaults::fail(EAGAIN) : realWrite(fd, b, n);
-             };
-         },
-         Kind::finished, {}},
-        {"adapter pulled mid-program",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call == 3 ? SyscallFaults::fail(EIO) : realWrite(fd, b, std::min<size_t>(n, 100));
-             };
-         },
-         Kind::failed, "Send error: " + systemText(EIO)},
-        {"the wait itself fails",
-         [fullBuffer](SyscallFaults &f) {
-             f.write = fullBuffer;
-             f.poll = [](int, pollfd *, unsigned long, int) { return SyscallFaults::fail(ENOMEM); };
-         },
+        {"interrupted writes are retried", failWrites(1, 3, EINTR), Kind::finished, ""},
+        {"short writes go on where they stopped", failWrites(1, 0, 0, 7), Kind::finished, ""},
+        {"a storm of full buffers ends when the line frees", failWrites(1, 300, EAGAIN), Kind::finished, ""},
+        {"adapter pulled mid-program", failWrites(3, 3, EIO, 100), Kind::failed,
+         "Send error: " + systemText(EIO)},
+        {"the wait itself fails", heldLine([](pollfd *) { return SyscallFaults::fail(ENOMEM); }),
          Kind::failed, waiting},
-        {"hang-up while the line is held",
-         [fullBuffer](SyscallFaults &f) {
-             f.write = fullBuffer;
-             f.poll = [](int, pollfd *fds, unsigned long, int) {
-                 fds[0].revents = POLLOUT | POLLHUP;
-                 return 1;
-             };
-         },
+        {"hang-up while the line is held", heldLine([](pollfd *fds) {
+             fds[0].revents = POLLOUT | POLLHUP;
+             return 1;
+         }),
          Kind::failed, waiting},
-        {"a machine that never takes a byte",
-         [fullBuffer](SyscallFaults &f) {
-             f.write = fullBuffer;
-             f.poll = [](int, pollfd *, unsigned long, int) { return 0; };
-         },
-         Kind::failed,
-         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow control "
-         "correct?)"},
+        {"a machine that never takes a byte", heldLine([](pollfd *) { return 0; }), Kind::failed,
+         "Timed out waiting for the machine to receive (is it in receive mode? "
+         "are the cable and flow control correct?)"},
         {"cancel while signals keep interrupting the wait",
-         [fullBuffer](SyscallFaults &f) {
-             f.write = fullBuffer;
-             f.poll = [](int, pollfd *, unsigned long, int) { return SyscallFaults::fail(EINTR); };
-         },
-         Kind::cancelled, {}, 115200, true},
+         heldLine([](pollfd *) { return SyscallFaults::fail(EINTR); }), Kind::cancelled, "", 115200, true},
         {"an output queue that never empties",
          [](SyscallFaults &f) {
              f.ioctl = [](int, int fd, unsigned long request, void *argument) {
@@ -130,20 +112,22 @@ TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
          },
          Kind::failed, "Timed out waiting for the machine to receive the end of the program"},
         {"a driver that cannot report its queue",
-         [](SyscallFaults &f) { f.ioctl = failRequest([](unsigned long r) { return r == TIOCOUTQ; }, ENOTTY); },
-         Kind::finished, {}},
+         failIoctl([](unsigned long request) { return request == TIOCOUTQ; }, ENOTTY), Kind::finished, ""},
         {"modem lines refused (ignored)",
-         [](SyscallFaults &f) { f.ioctl = failRequest([](unsigned long r) { return r == TIOCMGET; }, EIO); },
-         Kind::finished, {}},
+         failIoctl([](unsigned long request) { return request == TIOCMGET; }, EIO), Kind::finished, ""},
         {"device gone before the open",
-         [](SyscallFaults &f) { f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); }; },
+         [](SyscallFaults &f) {
+             f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); };
+         },
          Kind::failed, "Could not open %1: " + systemText(ENOENT)},
-        {"not a terminal", [](SyscallFaults &f) { f.tcgetattr = [](int) { return SyscallFaults::fail(ENOTTY); }; },
+        {"not a terminal",
+         [](SyscallFaults &f) { f.tcgetattr = [](int) { return SyscallFaults::fail(ENOTTY); }; },
          Kind::failed, configure + systemText(ENOTTY)},
-        {"settings refused", [](SyscallFaults &f) { f.tcsetattr = [](int) { return SyscallFaults::fail(EIO); }; },
-         Kind::failed, configure + systemText(EIO), 9600},
-        {"arbitrary speed refused", [](SyscallFaults &f) { f.ioctl = failRequest(isSetSpeed, EINVAL); },
-         Kind::failed, configure + systemText(EINVAL), 250000},
+        {"settings refused",
+         [](SyscallFaults &f) { f.tcsetattr = [](int) { return SyscallFaults::fail(EIO); }; }, Kind::failed,
+         configure + systemText(EIO), 9600},
+        {"arbitrary speed refused", failIoctl(isSetSpeed, EINVAL), Kind::failed,
+         configure + systemText(EINVAL), 250000},
     };
     for (const Fault &fault : faults) {
         SCOPED_TRACE(fault.name);
@@ -153,8 +137,8 @@ TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
         machine.start();
         SyscallFaults seam;
         fault.script(seam);
-        PosixSerialTransport transport(pty.slavePath(), 450ms, 300ms, PosixSerialTransport::defaultOutputPending(),
-                                       150ms, 10ms, 0ms);
+        PosixSerialTransport transport(pty.slavePath(), 450ms, 300ms,
+                                       PosixSerialTransport::defaultOutputPending(), 150ms, 10ms, 0ms);
         Machine profile = Machine::defaults().first();
         profile.baudRate = fault.baud;
         std::stop_source stop;
@@ -164,7 +148,8 @@ TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
             GCodeSender::send(kPayload, profile, transport, AppLanguage::english, stop.get_token(),
                               [&](const TransferEvent &event) {
                                   if (event.isFinal()) {
-                                      closedBeforeFinal = seam.openDescriptors().empty() && !transport.isOpen();
+                                      closedBeforeFinal =
+                                          seam.openDescriptors().empty() && !transport.isOpen();
                                   }
                                   events.append(event);
                               });
@@ -177,8 +162,9 @@ TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
 
         ASSERT_FALSE(events.isEmpty());
         EXPECT_EQ(events.first().kind, Kind::connecting);
-        EXPECT_EQ(std::count_if(events.cbegin(), events.cend(), [](const TransferEvent &e) { return e.isFinal(); }),
-                  1);
+        EXPECT_EQ(
+            std::count_if(events.cbegin(), events.cend(), [](const TransferEvent &e) { return e.isFinal(); }),
+            1);
         EXPECT_EQ(events.last().kind, fault.end);
         EXPECT_EQ(events.last().message, QString(fault.text).replace("%1", pty.slavePath()));
         EXPECT_TRUE(closedBeforeFinal);

@@ -29,9 +29,10 @@ public:
         cserial_syscalls = {
             [](const char *path, int flags) {
                 SyscallFaults &s = *s_current;
-                const int fd = s.open ? s.open(++s.m_calls[0], path, flags) : cserial_real_syscalls.open(path, flags);
+                const int fd =
+                    s.open ? s.open(++s.m_calls[0], path, flags) : cserial_real_syscalls.open(path, flags);
+                std::lock_guard guard(s.m_lock);
                 if (fd >= 0) {
-                    std::lock_guard guard(s.m_lock);
                     s.m_open.insert(fd);
                 }
                 return fd;
@@ -53,8 +54,9 @@ public:
             },
             [](int fd, struct termios *attributes) {
                 SyscallFaults &s = *s_current;
-                return s.tcgetattr && s.tcgetattr(++s.m_calls[4]) < 0 ? -1
-                                                                      : cserial_real_syscalls.tcgetattr(fd, attributes);
+                return s.tcgetattr && s.tcgetattr(++s.m_calls[4]) < 0
+                           ? -1
+                           : cserial_real_syscalls.tcgetattr(fd, attributes);
             },
             [](int fd, int when, const struct termios *attributes) {
                 SyscallFaults &s = *s_current;
@@ -63,9 +65,8 @@ public:
                            : cserial_real_syscalls.tcsetattr(fd, when, attributes);
             },
             [](int fd) {
-                SyscallFaults &s = *s_current;
-                std::lock_guard guard(s.m_lock);
-                s.m_open.erase(fd);
+                std::lock_guard guard(s_current->m_lock);
+                s_current->m_open.erase(fd);
                 return cserial_real_syscalls.close(fd);
             },
         };
@@ -75,8 +76,6 @@ public:
         cserial_syscalls = cserial_real_syscalls;
         s_current = nullptr;
     }
-    SyscallFaults(const SyscallFaults &) = delete;
-    SyscallFaults &operator=(const SyscallFaults &) = delete;
 
     // Fails the call with `error` in errno.
     static int fail(int error)

@@ -2,13 +2,11 @@
 
 #include "editor/findbar.h"
 #include "editor/gcodeeditor.h"
-#include "resources/varnicons.h"
 #include "theme/appearance.h"
 #include "window/actionbar.h"
 
 #include <QApplication>
 #include <QMenu>
-#include <QPainter>
 #include <QToolButton>
 
 namespace {
@@ -22,8 +20,8 @@ QToolButton *button(const ActionBar *bar, const char *name)
 std::string describe(const ActionBar *bar)
 {
     QStringList shown;
-    for (const char *name : {"new", "find", "lines", "analysisPanel", "fontLarger", "editingMenu", "programMenu",
-                             "fontSizeMenu", "appearance"}) {
+    for (const char *name : {"new", "find", "lines", "analysisPanel", "fontLarger", "editingMenu",
+                             "programMenu", "fontSizeMenu", "appearance"}) {
         if (button(bar, name)->isVisibleTo(bar->parentWidget())) {
             shown.append(QLatin1String(name));
         }
@@ -57,18 +55,4 @@ TEST_F(UiTest, ActionBarHasThreeLayoutsByWidth)
     for (QToolButton *tool : bar.findChildren<QToolButton *>()) {
         EXPECT_FALSE(tool->icon().isNull()) << tool->objectName().toStdString();
     }
-    // No missing-icon squares: every bundled drawing puts ink on the page.
-    for (const QString &name : VarnIcons::bundledNames()) {
-        QImage image(24, 24, QImage::Format_ARGB32);
-        image.fill(Qt::transparent);
-        QPainter painter(&image);
-        VarnIcons::bundled(name, Qt::black).paint(&painter, image.rect());
-        painter.end();
-        int inked = 0;
-        for (int i = 0; i < 24 * 24; ++i) {
-            inked += qAlpha(image.pixel(i % 24, i / 24)) > 128;
-        }
-        EXPECT_GT(inked, 12) << name.toStdString();
-    }
 }
-

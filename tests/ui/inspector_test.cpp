@@ -17,8 +17,9 @@ protected:
     {
         model->selectedDocument()->setText(text);
         model->setShowInspector(true);
-        ASSERT_TRUE(waitFor([&] {
-            return model->analysis() && !model->analysisInProgress() && model->analysis()->lineCount == text.count('\n') + 1;
+        ASSERT_TRUE(QTest::qWaitFor([&] {
+            return model->analysis() && !model->analysisInProgress() &&
+                   model->analysis()->lineCount == text.count('\n') + 1;
         }));
     }
     // The rows of one kind as "text|value|line".
@@ -44,9 +45,11 @@ TEST_F(InspectorTest, ListsSectionsRowsThatJumpAndOneNoWarningsRowOnlyWhenClean)
 {
     showWindow();
     analyse("%\nO0007\n(FACE)\nT3 M6 (DRILL 5)\nG21 G0 X0\nG1 X5\nM30\n%\n");
-    EXPECT_EQ(rows(InspectorView::RowKind::section), (QStringList{"Summary||0", "Tools||0", "Comments||0", "Warnings||0"}));
+    EXPECT_EQ(rows(InspectorView::RowKind::section),
+              (QStringList{"Summary||0", "Tools||0", "Comments||0", "Warnings||0"}));
     const auto summary = AnalysisReport::summaryRows(*model->analysis(), AppLanguage::english);
-    EXPECT_EQ(rows(InspectorView::RowKind::summary).first(), summary.first().key + "|" + summary.first().value + "|0");
+    EXPECT_EQ(rows(InspectorView::RowKind::summary).first(),
+              summary.first().key + "|" + summary.first().value + "|0");
     const QStringList jumps = rows(InspectorView::RowKind::jump);
     ASSERT_GE(jumps.size(), 3);
     EXPECT_EQ(jumps.first(), "T3  DRILL 5||4") << "tools come first";

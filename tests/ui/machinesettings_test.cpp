@@ -5,8 +5,8 @@
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QListWidget>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QSpinBox>
 
 namespace {
@@ -54,9 +54,19 @@ TEST_F(MachineSettingsTest, SaveRefusesABrokenProfileAndStoresEveryFieldOfAGoodO
         box->setChecked(true);
     }
     ASSERT_TRUE(dialog->save());
-    const Machine expected{"fadal", "Haas VF-2", 250000, 7, Machine::Parity::odd, 2, Machine::FlowControl::rtsCts,
-                           Machine::LineTerminator::lf, true, true, true};
-    EXPECT_EQ(MachineStore(path("machines.json")).machines().value(1), expected) << "in place, read back from the file";
+    const Machine expected{"fadal",
+                           "Haas VF-2",
+                           250000,
+                           7,
+                           Machine::Parity::odd,
+                           2,
+                           Machine::FlowControl::rtsCts,
+                           Machine::LineTerminator::lf,
+                           true,
+                           true,
+                           true};
+    EXPECT_EQ(MachineStore(path("machines.json")).machines().value(1), expected)
+        << "in place, read back from the file";
     EXPECT_FALSE(dialog->hasUnsavedChanges());
     EXPECT_TRUE(dialog->list()->item(1)->text().startsWith("Haas VF-2\n250000 7O2"));
 }

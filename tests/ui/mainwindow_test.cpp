@@ -8,12 +8,22 @@ TEST_F(UiTest, MenuItemsCarryTheirShortcutsAndAskThroughTheModel)
 {
     showWindow();
     const std::pair<const char *, QStringList> expected[] = {
-        {"New Program", {"Ctrl+N"}}, {"Open…", {"Ctrl+O"}}, {"Add Folder…", {"Ctrl+Shift+O"}},
-        {"Save", {"Ctrl+S"}}, {"Save As…", {"Ctrl+Shift+S"}}, {"Go to Line or N Block…", {"Ctrl+L"}},
-        {"Analysis Panel", {"Ctrl+I"}}, {"Increase Font Size", {"Ctrl++", "Ctrl+="}},
-        {"Decrease Font Size", {"Ctrl+-"}}, {"Send to Machine", {"Ctrl+E"}}, {"Cancel Transfer", {"Ctrl+."}},
-        {"Find", {"Ctrl+F"}}, {"Replace", {"Ctrl+H"}}, {"Preferences…", {"Ctrl+,"}},
-        {"Renumber N Lines", {}}, {"Manage Machines…", {}},
+        {"New Program", {"Ctrl+N"}},
+        {"Open…", {"Ctrl+O"}},
+        {"Add Folder…", {"Ctrl+Shift+O"}},
+        {"Save", {"Ctrl+S"}},
+        {"Save As…", {"Ctrl+Shift+S"}},
+        {"Go to Line or N Block…", {"Ctrl+L"}},
+        {"Analysis Panel", {"Ctrl+I"}},
+        {"Increase Font Size", {"Ctrl++", "Ctrl+="}},
+        {"Decrease Font Size", {"Ctrl+-"}},
+        {"Send to Machine", {"Ctrl+E"}},
+        {"Cancel Transfer", {"Ctrl+."}},
+        {"Find", {"Ctrl+F"}},
+        {"Replace", {"Ctrl+H"}},
+        {"Preferences…", {"Ctrl+,"}},
+        {"Renumber N Lines", {}},
+        {"Manage Machines…", {}},
     };
     for (const auto &[text, keys] : expected) {
         QAction *action = window->menus()->action(QString::fromUtf8(text));
@@ -25,8 +35,9 @@ TEST_F(UiTest, MenuItemsCarryTheirShortcutsAndAskThroughTheModel)
         EXPECT_EQ(actual, keys) << text;
     }
 
-    for (const char *item : {"Open…", "Add Folder…", "Save", "Show Backups Folder", "Go to Line or N Block…",
-                             "Remove M Codes…", "Reduce Feed F by Percentage…", "Adjust Spindle S by Percentage…"}) {
+    for (const char *item :
+         {"Open…", "Add Folder…", "Save", "Show Backups Folder", "Go to Line or N Block…", "Remove M Codes…",
+          "Reduce Feed F by Percentage…", "Adjust Spindle S by Percentage…"}) {
         trigger(item);
     }
     EXPECT_EQ(dialogs.filePanels.size(), 1);
@@ -59,7 +70,6 @@ TEST_F(UiTest, MenuToolsRewriteTheProgramAndTheFontStepsOnePoint)
     trigger("Decrease Font Size");
     EXPECT_EQ(model->editorFontSize(), size + 1);
     EXPECT_EQ(window->editorPane()->editor()->fontSize(), size + 1);
-
 }
 
 TEST_F(UiTest, SpanishLeavesNoMenuItemInEnglish)
@@ -89,4 +99,3 @@ TEST_F(UiTest, SpanishLeavesNoMenuItemInEnglish)
     model->setLanguage(AppLanguage::english);
     EXPECT_EQ(texts(), english);
 }
-

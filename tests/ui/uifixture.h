@@ -13,23 +13,10 @@
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
-
-template <typename Condition>
-bool waitFor(Condition done, int ms = 5000)
-{
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
 
 class UiTest : public ::testing::Test {
 protected:
@@ -73,7 +60,7 @@ protected:
         EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
         file.close();
         model->openFile(QUrl::fromLocalFile(path(name)));
-        EXPECT_TRUE(waitFor([&] { return !model->isLoadingAnyFile(); }));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !model->isLoadingAnyFile(); }));
         return model->selectedDocument();
     }
 

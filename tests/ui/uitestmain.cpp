@@ -13,14 +13,18 @@ int main(int argc, char **argv)
 {
     QTemporaryDir home(QDir::tempPath() + "/varn-test-home-XXXXXX");
     const QByteArray root = home.path().toUtf8();
-    const std::pair<const char *, const char *> folders[] = {{"HOME", ""}, {"XDG_CONFIG_HOME", "/.config"},
-        {"XDG_DATA_HOME", "/.local/share"}, {"XDG_CACHE_HOME", "/.cache"}, {"XDG_RUNTIME_DIR", "/runtime"}};
+    const std::pair<const char *, const char *> folders[] = {{"HOME", ""},
+                                                             {"XDG_CONFIG_HOME", "/.config"},
+                                                             {"XDG_DATA_HOME", "/.local/share"},
+                                                             {"XDG_CACHE_HOME", "/.cache"},
+                                                             {"XDG_RUNTIME_DIR", "/runtime"}};
     for (const auto &[name, sub] : folders) {
         QDir().mkpath(QString::fromUtf8(root + sub));
         qputenv(name, root + sub);
     }
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QFile::setPermissions(root + "/runtime", QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(root + "/runtime",
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     QApplication app(argc, argv);
     QApplication::setOrganizationName("VarnEdit");
     QApplication::setApplicationName("VarnEdit");
