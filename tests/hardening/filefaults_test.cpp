@@ -1,7 +1,7 @@
 // Saving when the disk says no: a folder that cannot be written, a disk that
 // fills up mid-file, a process killed in the middle of a save. Whatever
-// happens, the file on disk is either the old content or the new, whole, and
-// the document, backups and machine profiles keep what the user has.
+// happens, the file on disk is the old content or the new, whole, and the
+// document, backups and machine profiles keep what the user has.
 #include "machines/machinestore.h"
 #include "programgenerator.h"
 #include "workspace/backupstore.h"
@@ -10,12 +10,10 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -34,221 +32,131 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
-
 QStringList entries(const QString &folder)
 {
     return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
-// Root writes anywhere whatever the permission bits say, so "read-only" has to
-// be the immutable attribute. Cleared again on destruction so the folder can go.
-class ImmutableFolder {
-public:
-    explicit ImmutableFolder(const QString &path)
-        : m_fd(::open(QFile::encodeName(path).constData(), O_RDONLY))
-    {
-        int flags = 0;
-        if (m_fd >= 0 && ::ioctl(m_fd, FS_IOC_GETFLAGS, &flags) == 0) {
-            flags |= FS_IMMUTABLE_FL;
-            m_set = ::ioctl(m_fd, FS_IOC_SETFLAGS, &flags) == 0;
-        }
-    }
-    ~ImmutableFolder()
-    {
-        int flags = 0;
-        if (m_set && ::ioctl(m_fd, FS_IOC_GETFLAGS, &flags) == 0) {
-            flags &= ~FS_IMMUTABLE_FL;
-            ::ioctl(m_fd, FS_IOC_SETFLAGS, &flags);
-        }
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    bool isSet() const { return m_set; }
+// Root writes anywhere whatever the permission bits say, so a read-only folder
+// has to be the immutable attribute. False where the file system has none.
+bool setImmutable(const QString &folder, bool on)
+{
+    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY);
+    int flags = 0;
+    const bool got = fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+    flags = on ? flags | FS_IMMUTABLE_FL : flags & ~FS_IMMUTABLE_FL;
+    const bool done = got && ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+    ::close(fd);
+    return done;
+}
 
-private:
-    int m_fd = -1;
-    bool m_set = false;
-};
-
-// Caps the size of any file this process writes, as a full disk does: write()
-// then stores what fits and fails with EFBIG instead of raising SIGXFSZ.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        m_previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &m_previous);
-        rlimit limited = m_previous;
-        limited.rlim_cur = bytes;
-        m_set = ::setrlimit(RLIMIT_FSIZE, &limited) == 0;
-    }
-    ~FileSizeLimit()
-    {
-        ::setrlimit(RLIMIT_FSIZE, &m_previous);
-        std::signal(SIGXFSZ, m_previousHandler);
-    }
-    bool isSet() const { return m_set; }
-
-private:
-    rlimit m_previous{};
-    void (*m_previousHandler)(int) = SIG_DFL;
-    bool m_set = false;
-};
+// A full disk: under the size cap write() stores what fits and fails with EFBIG
+// (SIGXFSZ stays ignored for the rest of the run). RLIM_INFINITY lifts it.
+bool capFileSize(rlim_t bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = std::min(bytes, limit.rlim_max);
+    return ::setrlimit(RLIMIT_FSIZE, &limit) == 0;
+}
 
 const QByteArray kOld = "%\nO1000 (OLD)\nN10 G0 X0\nM30\n%\n";
-// Larger than the size limit below, so a full disk always cuts it short.
-const QString &newText()
+const QString &newText() // larger than the cap below
 {
     static const QString text = ProgramGenerator::milling(1 << 20);
     return text;
 }
 
-// Every way the program saves a file, each against the same failure.
-struct Writer {
-    const char *name;
-    // Writes into `folder` over `target`; true when the writer said it succeeded.
-    std::function<bool(const QString &folder, const QString &target)> write;
-};
-
-std::vector<Writer> writers()
+QDateTime fixedClock()
 {
-    return {
-        {"TextFile::writeAtomically",
+    return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9));
+}
+
+// Every way the program saves a file: writes into `folder` over `target`, true when it says it succeeded.
+const std::pair<const char *, std::function<bool(const QString &folder, const QString &target)>> kWriters[] =
+    {
+        {"text",
          [](const QString &, const QString &target) {
              return TextFile::writeAtomically(target, newText()).isEmpty();
          }},
-        {"TextFile::writeBytesAtomically",
-         [](const QString &, const QString &target) {
-             return TextFile::writeBytesAtomically(target, newText().toUtf8()).isEmpty();
-         }},
-        {"EditorDocument::saveTo",
+        {"document",
          [](const QString &, const QString &target) {
              EditorDocument document(QUrl::fromLocalFile(target), QString::fromUtf8(kOld));
              document.setText(newText());
              const bool saved = document.saveTo(QUrl::fromLocalFile(target)).isEmpty();
-             // A failed save keeps the work unsaved (still dirty), never lost.
-             EXPECT_EQ(document.text(), newText());
+             EXPECT_EQ(document.text(), newText()); // a failed save keeps the work, unsaved
              EXPECT_EQ(document.isDirty(), !saved);
              return saved;
          }},
-        {"MachineStore::save",
+        {"machine store",
          [](const QString &, const QString &target) {
              MachineStore store(target);
              Machine machine = Machine::defaults().first();
              machine.id = QStringLiteral("added");
-             machine.name = newText().left(200000); // a profile list larger than the limit
+             machine.name = newText().left(200000); // a profile list larger than the cap
              store.upsert(machine);
              EXPECT_EQ(store.machines().last().id, "added"); // the list in memory stays as edited
              return Machine::decodeList(readAll(target)).value_or(QList<Machine>()) == store.machines();
          }},
-        {"BackupStore::writeBackup",
+        {"backup",
          [](const QString &folder, const QString &) {
-             BackupStore backups(folder, [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); });
              EditorDocument document(QUrl::fromLocalFile(folder + "/pocket.nc"), QString());
              document.setText(newText());
-             return !backups.writeBackup(document).isEmpty();
+             return !BackupStore(folder, fixedClock).writeBackup(document).isEmpty();
          }},
-    };
-}
-
-class SaveFault : public ::testing::TestWithParam<Writer> {};
+};
 
 } // namespace
 
-TEST_P(SaveFault, ReadOnlyFolderLeavesTheOldFileAndNoLitter)
+TEST(SaveFault, FullDiskAndReadOnlyFolderLeaveTheOldFileAndNoLitter)
 {
-    QTemporaryDir dir;
-    const QString target = dir.filePath("target");
-    writeFile(target, kOld);
-    const QStringList before = entries(dir.path());
-    {
-        ImmutableFolder readOnly(dir.path());
-        if (!readOnly.isSet()) {
-            GTEST_SKIP() << "this file system has no immutable attribute";
+    for (const bool fullDisk : {true, false}) {
+        for (const auto &[name, write] : kWriters) {
+            SCOPED_TRACE(std::string(fullDisk ? "full disk, " : "read-only folder, ") + name);
+            QTemporaryDir dir;
+            const QString target = dir.filePath("target");
+            ASSERT_TRUE(TextFile::writeBytesAtomically(target, kOld).isEmpty());
+            const QStringList before = entries(dir.path());
+            if (!(fullDisk ? capFileSize(65536) : setImmutable(dir.path(), true))) {
+                GTEST_SKIP() << "this file system has no immutable attribute";
+            }
+            EXPECT_FALSE(write(dir.path(), target));
+            ASSERT_TRUE(fullDisk ? capFileSize(RLIM_INFINITY) : setImmutable(dir.path(), false));
+            EXPECT_EQ(readAll(target), kOld);
+            EXPECT_EQ(entries(dir.path()), before);
         }
-        EXPECT_FALSE(GetParam().write(dir.path(), target));
     }
-    EXPECT_EQ(readAll(target), kOld);
-    EXPECT_EQ(entries(dir.path()), before);
 }
 
-TEST_P(SaveFault, FullDiskLeavesTheOldFileAndNoLitter)
-{
-    QTemporaryDir dir;
-    const QString target = dir.filePath("target");
-    writeFile(target, kOld);
-    const QStringList before = entries(dir.path());
-    {
-        FileSizeLimit full(64 * 1024);
-        ASSERT_TRUE(full.isSet());
-        EXPECT_FALSE(GetParam().write(dir.path(), target));
-    }
-    EXPECT_EQ(readAll(target), kOld);
-    EXPECT_EQ(entries(dir.path()), before);
-}
-
-INSTANTIATE_TEST_SUITE_P(Writers, SaveFault, ::testing::ValuesIn(writers()), [](const auto &param) {
-    return QString(param.param.name).replace("::", "_").toStdString();
-});
-
-// A process killed at random moments while it saves over and over: the target
-// is always one whole version, never a mix or a truncated file.
+// A process killed at random moments while it saves over and over: the program
+// and its backup are always one whole version, never a mix or a truncated file.
 TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
 {
     QTemporaryDir dir;
-    const QString target = dir.filePath("part.nc");
-    const QString machines = dir.filePath("machines.json");
-    const QString versionA = ProgramGenerator::milling(4 << 20, 1);
-    const QString versionB = ProgramGenerator::milling(4 << 20, 2);
-    const QByteArray bytesA = versionA.toUtf8();
-    const QByteArray bytesB = versionB.toUtf8();
-    writeFile(target, bytesA);
-    QList<Machine> profilesA = Machine::defaults();
-    QList<Machine> profilesB = profilesA;
-    profilesB.first().name = versionB.left(500000);
-    writeFile(machines, Machine::encodeList(profilesA));
-
-    // Kills spread over about three rounds of the child's loop, whatever this
-    // machine's speed (a sanitizer build is several times slower).
-    ASSERT_TRUE(QDir().mkpath(dir.filePath("Scratch")));
+    const QString versions[] = {ProgramGenerator::milling(4 << 20, 1), ProgramGenerator::milling(4 << 20, 2)};
+    const auto saveRound = [&](int i) {
+        TextFile::writeAtomically(dir.filePath("part.nc"), versions[i % 2]);
+        EditorDocument document(QUrl::fromLocalFile(dir.filePath("part.nc")), QString());
+        document.setText(versions[(i + 1) % 2]);
+        BackupStore(dir.filePath("Backups"), fixedClock)
+            .writeBackup(document); // one file: the clock stands still
+    };
+    // The first round times one round, so the kills spread over about three
+    // rounds whatever this machine's speed.
     QElapsedTimer oneRound;
     oneRound.start();
-    {
-        BackupStore backups(dir.filePath("Scratch"));
-        EditorDocument document(QUrl::fromLocalFile(target), versionB);
-        TextFile::writeAtomically(dir.filePath("Scratch/part.nc"), versionB);
-        TextFile::writeBytesAtomically(dir.filePath("Scratch/machines.json"), Machine::encodeList(profilesB));
-        backups.writeBackup(document);
-    }
+    saveRound(0);
     const int spreadMicroseconds = int(qMax<qint64>(oneRound.elapsed(), 5) * 3000);
-    QDir(dir.filePath("Scratch")).removeRecursively();
-
     std::mt19937 random(20250303);
-    int seenA = 0;
-    int seenB = 0;
+    int seen[2] = {0, 0};
     for (int round = 0; round < 24; ++round) {
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            // Saves over and over until the parent kills it; nothing after the loop runs.
-            // The backup clock stands still, so every backup replaces the last.
-            BackupStore backups(dir.filePath("Backups"),
-                                [] { return QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9)); });
-            EditorDocument document(QUrl::fromLocalFile(target), versionA);
             for (int i = 0;; ++i) {
-                TextFile::writeAtomically(target, i % 2 ? versionA : versionB);
-                TextFile::writeBytesAtomically(machines, Machine::encodeList(i % 2 ? profilesA : profilesB));
-                document.setText(i % 2 ? versionB : versionA);
-                backups.writeBackup(document);
+                saveRound(i);
             }
-            ::_exit(0);
         }
         std::this_thread::sleep_for(
             std::chrono::microseconds(std::uniform_int_distribution<int>(0, spreadMicroseconds)(random)));
@@ -256,19 +164,17 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status));
-
-        const QByteArray program = readAll(target);
-        ASSERT_TRUE(program == bytesA || program == bytesB)
-            << "round " << round << ": " << program.size() << " bytes";
-        const auto profiles = Machine::decodeList(readAll(machines));
-        ASSERT_TRUE(profiles == profilesA || profiles == profilesB) << "round " << round;
+        SCOPED_TRACE(round);
+        const QByteArray program = readAll(dir.filePath("part.nc"));
         const QByteArray backup = readAll(dir.filePath("Backups/part_20250303-140509.nc.bak"));
-        ASSERT_TRUE(backup.isEmpty() || backup == bytesA || backup == bytesB) << "round " << round;
-        seenA += program == bytesA ? 1 : 0;
-        seenB += program == bytesB ? 1 : 0;
+        for (const QByteArray &file : {program, backup}) {
+            ASSERT_TRUE(file == versions[0].toUtf8() || file == versions[1].toUtf8())
+                << file.size() << " bytes";
+        }
+        ++seen[program == versions[1].toUtf8()];
     }
-    // Both versions seen: the kills fell at different points of the save loop,
-    // not all before the first write or all after a finished one.
-    EXPECT_GT(seenA, 0);
-    EXPECT_GT(seenB, 0);
+    // Both seen: the kills fell at different points of the loop, not all before
+    // the first write or all after a finished one.
+    EXPECT_GT(seen[0], 0);
+    EXPECT_GT(seen[1], 0);
 }

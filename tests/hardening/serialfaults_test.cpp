@@ -1,24 +1,22 @@
-// Failing hardware, simulated at the system calls: every fault ends in the right
-// user text with the port closed, a transfer never hangs, and it reports exactly
-// one final event.
+// Failing hardware, simulated at the system calls: a transfer over a failing
+// line reports connecting first and exactly one final event with the failure's
+// text, the port is already closed by then, and it never hangs. Faults the
+// line recovers from still deliver the whole program, in order.
+#include "machineemulator.h"
 #include "ptypair.h"
 #include "syscallfaults.h"
 #include "transfer/gcodesender.h"
-#include "transfer/transfercontroller.h"
 #include "transport/posixserialtransport.h"
 
-#include <QSignalSpy>
-#include <QTest>
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstring>
 #include <future>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
 
 using namespace std::chrono_literals;
+using Kind = TransferEvent::Kind;
 
 namespace {
 
@@ -29,215 +27,151 @@ QString systemText(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-QString english(const std::optional<TransportError> &error)
+using Script = std::function<void(SyscallFaults &)>;
+
+// Write calls `from` to `to` fail with `error`; the others pass at most `chunk` bytes on.
+Script failWrites(int from, int to, int error, size_t chunk = SIZE_MAX)
 {
-    return error ? error->description(AppLanguage::english) : QStringLiteral("(success)");
+    return [=](SyscallFaults &f) {
+        f.write = [=](int call, int fd, const void *buffer, size_t length) {
+            return call >= from && call <= to
+                       ? SyscallFaults::fail(error)
+                       : cserial_real_syscalls.write(fd, buffer, std::min(length, chunk));
+        };
+    };
 }
 
-// Everything the machine side has received so far.
-QByteArray drainMaster(int master)
+// A line that never frees: every write finds the buffer full and each wait answers `poll`.
+Script heldLine(int (*poll)(pollfd *fds))
 {
-    QByteArray received;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(master, buffer, sizeof buffer);
-        if (n <= 0) {
-            return received;
-        }
-        received.append(buffer, n);
-    }
+    return [=](SyscallFaults &f) {
+        failWrites(1, INT_MAX, EAGAIN)(f);
+        f.poll = [=](int, pollfd *fds, unsigned long, int) { return poll(fds); };
+    };
 }
 
-SerialLineSettings settings(int baud = 115200)
+// One kind of ioctl request fails with `error`; the others pass.
+Script failIoctl(bool (*matches)(unsigned long), int error)
 {
-    SerialLineSettings s;
-    s.baudRate = baud;
-    s.flowControl = 1;
-    return s;
-}
-
-std::unique_ptr<PosixSerialTransport> transportOn(const QString &path)
-{
-    return std::make_unique<PosixSerialTransport>(
-        path, 450ms, 300ms, PosixSerialTransport::defaultOutputPending(), 150ms, 10ms, 0ms);
+    return [=](SyscallFaults &f) {
+        f.ioctl = [=](int, int fd, unsigned long request, void *argument) {
+            return matches(request) ? SyscallFaults::fail(error)
+                                    : cserial_real_syscalls.ioctl(fd, request, argument);
+        };
+    };
 }
 
 // TCSETS2 itself needs the kernel's termios2, which cannot share a file with <termios.h>.
-bool isSetSpeedRequest(unsigned long request)
+bool isSetSpeed(unsigned long request)
 {
     return _IOC_TYPE(request) == 'T' && _IOC_NR(request) == 0x2B;
 }
 
-// Ready script pieces.
-ssize_t realWrite(int fd, const void *buffer, size_t length)
-{
-    return cserial_real_syscalls.write(fd, buffer, length);
-}
-
-struct WriteCase {
+struct Fault {
     const char *name;
-    std::function<void(SyscallFaults &)> script;
-    QString expected; // the transport's answer in English
-    bool wholePayloadArrives;
+    Script script;
+    Kind end;
+    QString text; // %1 is the device
+    int baud = 115200;
+    bool cancel = false;
 };
-
-std::vector<WriteCase> writeCases()
-{
-    return {
-        {"InterruptedWritesAreRetried",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call <= 3 ? SyscallFaults::fail(EINTR) : realWrite(fd, b, n);
-             };
-         },
-         "(success)", true},
-        {"ShortWritesContinueWhereTheyStopped",
-         [](SyscallFaults &f) {
-             f.write = [](int, int fd, const void *b, size_t n) {
-                 return realWrite(fd, b, std::min<size_t>(n, 7));
-             };
-         },
-         "(success)", true},
-        {"StormOfFullBuffersEndsWhenTheLineFrees",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call <= 300 ? SyscallFaults::fail(EAGAIN) : realWrite(fd, b, n);
-             };
-         },
-         "(success)", true},
-        {"InputOutputErrorGivesTheSystemText",
-         [](SyscallFaults &f) {
-             f.write = [](int call, int fd, const void *b, size_t n) {
-                 return call == 3 ? SyscallFaults::fail(EIO) : realWrite(fd, b, std::min<size_t>(n, 100));
-             };
-         },
-         "Send error: " + systemText(EIO), false},
-        {"FailedWaitIsAWaitError",
-         [](SyscallFaults &f) {
-             f.write = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
-             f.poll = [](int, pollfd *, unsigned long, int) { return SyscallFaults::fail(ENOMEM); };
-         },
-         "Send error: waiting for the port", false},
-        {"HangUpWhileWaitingIsAWaitError",
-         [](SyscallFaults &f) {
-             f.write = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
-             f.poll = [](int, pollfd *fds, unsigned long, int) {
-                 fds[0].revents = POLLOUT | POLLHUP;
-                 return 1;
-             };
-         },
-         "Send error: waiting for the port", false},
-        {"MachineThatNeverTakesABytePassesTheStallLimit",
-         [](SyscallFaults &f) {
-             f.write = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
-             f.poll = [](int, pollfd *, unsigned long, int) { return 0; };
-         },
-         "Timed out waiting for the machine to receive (is it in receive mode? are the cable and flow "
-         "control "
-         "correct?)",
-         false},
-    };
-}
-
-class TransportWriteFault : public ::testing::TestWithParam<WriteCase> {};
 
 } // namespace
 
-TEST_P(TransportWriteFault, EndsWithTheRightAnswer)
+TEST(SerialFault, EveryFaultEndsOnceWithItsTextAndThePortClosed)
 {
-    const WriteCase &c = GetParam();
-    PtyPair pty;
-    ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
-    SyscallFaults faults;
-    c.script(faults);
-    auto transport = transportOn(pty.slavePath());
-    ASSERT_EQ(english(transport->open(settings())), "(success)");
-
-    auto done = std::async(std::launch::async, [&] { return transport->write(kPayload); });
-    ASSERT_EQ(done.wait_for(10s), std::future_status::ready) << "the write hangs";
-    EXPECT_EQ(english(done.get()), c.expected);
-    transport->close();
-    EXPECT_TRUE(faults.openDescriptors().empty());
-    const QByteArray received = drainMaster(pty.masterFd());
-    if (c.wholePayloadArrives) {
-        EXPECT_EQ(received, kPayload);
-    } else {
-        EXPECT_TRUE(kPayload.startsWith(received)) << "bytes arrived out of order";
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Faults, TransportWriteFault, ::testing::ValuesIn(writeCases()),
-                         [](const auto &param) { return std::string(param.param.name); });
-
-TEST(TransportFault, CancelEndsAWaitThatSignalsKeepInterrupting)
-{
-    PtyPair pty;
-    ASSERT_TRUE(pty.isOpen());
-    SyscallFaults faults;
-    faults.write = [](int, int, const void *, size_t) { return ssize_t(SyscallFaults::fail(EAGAIN)); };
-    faults.poll = [](int, pollfd *, unsigned long, int) { return SyscallFaults::fail(EINTR); };
-    auto transport = transportOn(pty.slavePath());
-    ASSERT_EQ(english(transport->open(settings())), "(success)");
-    auto done = std::async(std::launch::async, [&] { return transport->write(kPayload); });
-    std::this_thread::sleep_for(50ms);
-    transport->interrupt();
-    ASSERT_EQ(done.wait_for(2s), std::future_status::ready) << "cancel did not reach the write";
-    EXPECT_EQ(english(done.get()), "Transfer Cancelled");
-}
-
-TEST(TransportFault, OpenAndConfigureFailuresCloseWhatTheyOpenedAndSaySo)
-{
-    PtyPair pty;
-    ASSERT_TRUE(pty.isOpen());
-    const QString path = pty.slavePath();
-    struct Case {
-        const char *name;
-        std::function<void(SyscallFaults &)> script;
-        int baud;
-        QString expected;
-    };
-    const std::vector<Case> cases = {
-        {"missing device",
+    const QString configure = QStringLiteral("Could not configure the port: ");
+    const QString waiting = QStringLiteral("Send error: waiting for the port");
+    const Fault faults[] = {
+        {"interrupted writes are retried", failWrites(1, 3, EINTR), Kind::finished, ""},
+        {"short writes go on where they stopped", failWrites(1, 0, 0, 7), Kind::finished, ""},
+        {"a storm of full buffers ends when the line frees", failWrites(1, 300, EAGAIN), Kind::finished, ""},
+        {"adapter pulled mid-program", failWrites(3, 3, EIO, 100), Kind::failed,
+         "Send error: " + systemText(EIO)},
+        {"the wait itself fails", heldLine([](pollfd *) { return SyscallFaults::fail(ENOMEM); }),
+         Kind::failed, waiting},
+        {"hang-up while the line is held", heldLine([](pollfd *fds) {
+             fds[0].revents = POLLOUT | POLLHUP;
+             return 1;
+         }),
+         Kind::failed, waiting},
+        {"a machine that never takes a byte", heldLine([](pollfd *) { return 0; }), Kind::failed,
+         "Timed out waiting for the machine to receive (is it in receive mode? "
+         "are the cable and flow control correct?)"},
+        {"cancel while signals keep interrupting the wait",
+         heldLine([](pollfd *) { return SyscallFaults::fail(EINTR); }), Kind::cancelled, "", 115200, true},
+        {"an output queue that never empties",
+         [](SyscallFaults &f) {
+             f.ioctl = [](int, int fd, unsigned long request, void *argument) {
+                 if (request == TIOCOUTQ) {
+                     *static_cast<int *>(argument) = 64;
+                     return 0;
+                 }
+                 return cserial_real_syscalls.ioctl(fd, request, argument);
+             };
+         },
+         Kind::failed, "Timed out waiting for the machine to receive the end of the program"},
+        {"a driver that cannot report its queue",
+         failIoctl([](unsigned long request) { return request == TIOCOUTQ; }, ENOTTY), Kind::finished, ""},
+        {"modem lines refused (ignored)",
+         failIoctl([](unsigned long request) { return request == TIOCMGET; }, EIO), Kind::finished, ""},
+        {"device gone before the open",
          [](SyscallFaults &f) {
              f.open = [](int, const char *, int) { return SyscallFaults::fail(ENOENT); };
          },
-         115200, "Could not open " + path + ": " + systemText(ENOENT)},
-        {"no permission",
-         [](SyscallFaults &f) {
-             f.open = [](int, const char *, int) { return SyscallFaults::fail(EACCES); };
-         },
-         115200, "Could not open " + path + ": " + systemText(EACCES)},
+         Kind::failed, "Could not open %1: " + systemText(ENOENT)},
         {"not a terminal",
-         [](SyscallFaults &f) { f.tcgetattr = [](int, int) { return SyscallFaults::fail(ENOTTY); }; }, 115200,
-         "Could not configure the port: " + systemText(ENOTTY)},
-        {"attributes refused",
-         [](SyscallFaults &f) { f.tcsetattr = [](int, int) { return SyscallFaults::fail(EIO); }; }, 9600,
-         "Could not configure the port: " + systemText(EIO)},
-        {"arbitrary speed refused",
-         [](SyscallFaults &f) {
-             f.ioctl = [](int, int fd, unsigned long request, void *argument) {
-                 return isSetSpeedRequest(request) ? SyscallFaults::fail(EINVAL)
-                                                   : cserial_real_syscalls.ioctl(fd, request, argument);
-             };
-         },
-         250000, "Could not configure the port: " + systemText(EINVAL)},
-        {"modem lines refused (ignored)",
-         [](SyscallFaults &f) {
-             f.ioctl = [](int, int fd, unsigned long request, void *argument) {
-                 return request == TIOCMGET ? SyscallFaults::fail(EIO)
-                                            : cserial_real_syscalls.ioctl(fd, request, argument);
-             };
-         },
-         115200, "(success)"},
+         [](SyscallFaults &f) { f.tcgetattr = [](int) { return SyscallFaults::fail(ENOTTY); }; },
+         Kind::failed, configure + systemText(ENOTTY)},
+        {"settings refused",
+         [](SyscallFaults &f) { f.tcsetattr = [](int) { return SyscallFaults::fail(EIO); }; }, Kind::failed,
+         configure + systemText(EIO), 9600},
+        {"arbitrary speed refused", failIoctl(isSetSpeed, EINVAL), Kind::failed,
+         configure + systemText(EINVAL), 250000},
     };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        SyscallFaults faults;
-        c.script(faults);
-        auto transport = transportOn(path);
-        EXPECT_EQ(english(transport->open(settings(c.baud))), c.expected);
-        EXPECT_EQ(transport->isOpen(), c.expected == "(success)");
-        transport->close();
-        EXPECT_TRUE(faults.openDescriptors().empty());
+    for (const Fault &fault : faults) {
+        SCOPED_TRACE(fault.name);
+        PtyPair pty;
+        ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
+        MachineEmulator machine(pty, {.expected = kPayload});
+        machine.start();
+        SyscallFaults seam;
+        fault.script(seam);
+        PosixSerialTransport transport(pty.slavePath(), 450ms, 300ms,
+                                       PosixSerialTransport::defaultOutputPending(), 150ms, 10ms, 0ms);
+        Machine profile = Machine::defaults().first();
+        profile.baudRate = fault.baud;
+        std::stop_source stop;
+        QList<TransferEvent> events;
+        bool closedBeforeFinal = false;
+        auto done = std::async(std::launch::async, [&] {
+            GCodeSender::send(kPayload, profile, transport, AppLanguage::english, stop.get_token(),
+                              [&](const TransferEvent &event) {
+                                  if (event.isFinal()) {
+                                      closedBeforeFinal =
+                                          seam.openDescriptors().empty() && !transport.isOpen();
+                                  }
+                                  events.append(event);
+                              });
+        });
+        if (fault.cancel) {
+            std::this_thread::sleep_for(100ms);
+            stop.request_stop();
+        }
+        ASSERT_EQ(done.wait_for(5s), std::future_status::ready) << "the transfer hangs";
+
+        ASSERT_FALSE(events.isEmpty());
+        EXPECT_EQ(events.first().kind, Kind::connecting);
+        EXPECT_EQ(
+            std::count_if(events.cbegin(), events.cend(), [](const TransferEvent &e) { return e.isFinal(); }),
+            1);
+        EXPECT_EQ(events.last().kind, fault.end);
+        EXPECT_EQ(events.last().message, QString(fault.text).replace("%1", pty.slavePath()));
+        EXPECT_TRUE(closedBeforeFinal);
+        if (fault.end == Kind::finished) {
+            EXPECT_TRUE(machine.waitForBytes(kPayload.size(), 2s));
+        }
+        machine.stop();
+        EXPECT_EQ(machine.firstMismatch(), -1) << "bytes arrived out of order";
     }
 }

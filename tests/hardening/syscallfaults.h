@@ -1,67 +1,97 @@
 #pragma once
 
+// Scripted faults in the serial primitives' system calls for the life of one
+// object. A hook gets the call's number (from 1, per kind of call) and its
+// arguments and either fails the call or hands it on; calls without a hook go
+// straight through. Descriptors are tracked so a test can tell that every port
+// it opened was closed again. One object at a time, outliving any thread that
+// uses the port.
 #include "cserial.h"
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <mutex>
 #include <set>
 
-#include <sys/types.h>
-
-// Puts scripted faults into the serial primitives' system calls for the life of
-// one object: each hook sees the call's number (from 1, per kind of call) and its
-// arguments, and either fails the call or hands it to the real one. Calls
-// without a hook go straight through. Descriptors opened and closed through the
-// primitives are recorded, so a test can tell that every port it opened was
-// closed again. One object at a time; install it before the transfer thread
-// starts and let it go after that thread has ended.
 class SyscallFaults {
 public:
-    using OpenHook = std::function<int(int call, const char *path, int flags)>;
-    using WriteHook = std::function<ssize_t(int call, int fd, const void *buffer, size_t length)>;
-    using PollHook = std::function<int(int call, struct pollfd *fds, unsigned long count, int timeout)>;
-    using IoctlHook = std::function<int(int call, int fd, unsigned long request, void *argument)>;
-    using AttributesHook = std::function<int(int call, int fd)>;
+    std::function<int(int call, const char *path, int flags)> open;
+    std::function<ssize_t(int call, int fd, const void *buffer, size_t length)> write;
+    std::function<int(int call, struct pollfd *fds, unsigned long count, int timeout)> poll;
+    std::function<int(int call, int fd, unsigned long request, void *argument)> ioctl;
+    std::function<int(int call)> tcgetattr; // a negative answer fails the call
+    std::function<int(int call)> tcsetattr;
 
-    SyscallFaults();
-    ~SyscallFaults();
-    SyscallFaults(const SyscallFaults &) = delete;
-    SyscallFaults &operator=(const SyscallFaults &) = delete;
+    SyscallFaults()
+    {
+        s_current = this;
+        cserial_syscalls = {
+            [](const char *path, int flags) {
+                SyscallFaults &s = *s_current;
+                const int fd =
+                    s.open ? s.open(++s.m_calls[0], path, flags) : cserial_real_syscalls.open(path, flags);
+                std::lock_guard guard(s.m_lock);
+                if (fd >= 0) {
+                    s.m_open.insert(fd);
+                }
+                return fd;
+            },
+            [](int fd, const void *buffer, size_t length) {
+                SyscallFaults &s = *s_current;
+                return s.write ? s.write(++s.m_calls[1], fd, buffer, length)
+                               : cserial_real_syscalls.write(fd, buffer, length);
+            },
+            [](struct pollfd *fds, unsigned long count, int timeout) {
+                SyscallFaults &s = *s_current;
+                return s.poll ? s.poll(++s.m_calls[2], fds, count, timeout)
+                              : cserial_real_syscalls.poll(fds, count, timeout);
+            },
+            [](int fd, unsigned long request, void *argument) {
+                SyscallFaults &s = *s_current;
+                return s.ioctl ? s.ioctl(++s.m_calls[3], fd, request, argument)
+                               : cserial_real_syscalls.ioctl(fd, request, argument);
+            },
+            [](int fd, struct termios *attributes) {
+                SyscallFaults &s = *s_current;
+                return s.tcgetattr && s.tcgetattr(++s.m_calls[4]) < 0
+                           ? -1
+                           : cserial_real_syscalls.tcgetattr(fd, attributes);
+            },
+            [](int fd, int when, const struct termios *attributes) {
+                SyscallFaults &s = *s_current;
+                return s.tcsetattr && s.tcsetattr(++s.m_calls[5]) < 0
+                           ? -1
+                           : cserial_real_syscalls.tcsetattr(fd, when, attributes);
+            },
+            [](int fd) {
+                std::lock_guard guard(s_current->m_lock);
+                s_current->m_open.erase(fd);
+                return cserial_real_syscalls.close(fd);
+            },
+        };
+    }
+    ~SyscallFaults()
+    {
+        cserial_syscalls = cserial_real_syscalls;
+        s_current = nullptr;
+    }
 
     // Fails the call with `error` in errno.
-    static int fail(int error);
-
-    OpenHook open;
-    WriteHook write;
-    PollHook poll;
-    IoctlHook ioctl;
-    AttributesHook tcgetattr;
-    AttributesHook tcsetattr;
-
-    std::atomic<int> writes{0};
-    std::atomic<int> polls{0};
-
-    // Descriptors the primitives opened and have not closed yet.
-    std::set<int> openDescriptors() const;
-    int openedCount() const;
+    static int fail(int error)
+    {
+        errno = error;
+        return -1;
+    }
+    std::set<int> openDescriptors() const
+    {
+        std::lock_guard guard(m_lock);
+        return m_open;
+    }
 
 private:
-    static SyscallFaults *s_current;
-
-    static int hookedOpen(const char *path, int flags);
-    static ssize_t hookedWrite(int fd, const void *buffer, size_t length);
-    static int hookedPoll(struct pollfd *fds, unsigned long count, int timeout);
-    static int hookedIoctl(int fd, unsigned long request, void *argument);
-    static int hookedTcgetattr(int fd, struct termios *attributes);
-    static int hookedTcsetattr(int fd, int when, const struct termios *attributes);
-    static int hookedClose(int fd);
-
-    std::atomic<int> m_opens{0};
-    std::atomic<int> m_ioctls{0};
-    std::atomic<int> m_getattrs{0};
-    std::atomic<int> m_setattrs{0};
+    static inline SyscallFaults *s_current = nullptr;
+    std::atomic<int> m_calls[6] = {};
     mutable std::mutex m_lock;
-    std::set<int> m_open;  // guarded by m_lock
-    int m_openedCount = 0; // guarded by m_lock
+    std::set<int> m_open; // guarded by m_lock
 };

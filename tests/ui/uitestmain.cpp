@@ -1,6 +1,6 @@
-// The widget tests start here: a QApplication (offscreen when no display is
-// set) and a private HOME/XDG tree so no test ever touches the user's real
-// settings or data.
+// The widget tests start here: a QApplication (offscreen unless told
+// otherwise) and a private HOME/XDG tree, so no test ever touches the user's
+// real settings or data.
 #include <QApplication>
 #include <QDir>
 #include <QFile>
@@ -13,18 +13,18 @@ int main(int argc, char **argv)
 {
     QTemporaryDir home(QDir::tempPath() + "/varn-test-home-XXXXXX");
     const QByteArray root = home.path().toUtf8();
-    for (const char *sub : {"", "/.config", "/.local/share", "/.cache", "/runtime"}) {
+    const std::pair<const char *, const char *> folders[] = {{"HOME", ""},
+                                                             {"XDG_CONFIG_HOME", "/.config"},
+                                                             {"XDG_DATA_HOME", "/.local/share"},
+                                                             {"XDG_CACHE_HOME", "/.cache"},
+                                                             {"XDG_RUNTIME_DIR", "/runtime"}};
+    for (const auto &[name, sub] : folders) {
         QDir().mkpath(QString::fromUtf8(root + sub));
+        qputenv(name, root + sub);
     }
-    setenv("HOME", root.constData(), 1);
-    setenv("XDG_CONFIG_HOME", (root + "/.config").constData(), 1);
-    setenv("XDG_DATA_HOME", (root + "/.local/share").constData(), 1);
-    setenv("XDG_CACHE_HOME", (root + "/.cache").constData(), 1);
-    setenv("XDG_RUNTIME_DIR", (root + "/runtime").constData(), 1);
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    QFile::setPermissions(QString::fromUtf8(root + "/runtime"),
+    QFile::setPermissions(root + "/runtime",
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-
     QApplication app(argc, argv);
     QApplication::setOrganizationName("VarnEdit");
     QApplication::setApplicationName("VarnEdit");
