@@ -142,27 +142,41 @@ TEST(SaveFault, KillDuringSaveLeavesOneWholeVersion)
         BackupStore(dir.filePath("Backups"), fixedClock)
             .writeBackup(document); // one file: the clock stands still
     };
-    // The first round times one round, so the kills spread over about three
-    // rounds whatever this machine's speed.
+    // The first round times one round. Each child reports every finished round
+    // through a pipe; the kill lands right after its first or second round (so
+    // both versions are on disk at some kill, however loaded the machine) or at
+    // a random moment within about one round after it.
     QElapsedTimer oneRound;
     oneRound.start();
     saveRound(0);
-    const int spreadMicroseconds = int(qMax<qint64>(oneRound.elapsed(), 5) * 3000);
+    const int spreadMicroseconds = int(qMax<qint64>(oneRound.elapsed(), 5) * 1000);
     std::mt19937 random(20250303);
     int seen[2] = {0, 0};
     for (int round = 0; round < 24; ++round) {
+        int done[2];
+        ASSERT_EQ(::pipe(done), 0);
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
+            ::close(done[0]);
             for (int i = 0;; ++i) {
                 saveRound(i);
+                [[maybe_unused]] const ssize_t written = ::write(done[1], "x", 1);
             }
         }
-        std::this_thread::sleep_for(
-            std::chrono::microseconds(std::uniform_int_distribution<int>(0, spreadMicroseconds)(random)));
+        ::close(done[1]);
+        char finished = 0;
+        for (int rounds = 1 + round % 2; rounds > 0; --rounds) {
+            ASSERT_EQ(::read(done[0], &finished, 1), 1);
+        }
+        if (round % 4 >= 2) {
+            std::this_thread::sleep_for(
+                std::chrono::microseconds(std::uniform_int_distribution<int>(0, spreadMicroseconds)(random)));
+        }
         ::kill(child, SIGKILL);
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ::close(done[0]);
         ASSERT_TRUE(WIFSIGNALED(status));
         SCOPED_TRACE(round);
         const QByteArray program = readAll(dir.filePath("part.nc"));
