@@ -239,19 +239,8 @@ QString awkwardLine(std::mt19937 &rng, int maxTokens)
 
 } // namespace
 
-TEST(ScannersMatchPatterns, RandomLinesOfAwkwardTokens)
-{
-    std::mt19937 rng(4242);
-    for (int round = 0; round < 6000; ++round) {
-        QString text;
-        for (int lines = int(rng() % 5); lines >= 0; --lines) {
-            text += awkwardLine(rng, 10);
-        }
-        ASSERT_TRUE(sameAsDefinition(text)) << "round " << round;
-    }
-}
-
-TEST(ScannersMatchPatterns, TheNamedAwkwardCases)
+// The named cases first, then random lines made of nothing but awkward tokens.
+TEST(ScannersMatchPatterns, NamedAndRandomLinesOfAwkwardTokens)
 {
     const QStringList cases = {
         "", "\n", "\r", "\r\n", "\r\r\n", "\n\r", "m8", "M080", "X1M8", "N", "N\n", "X 1.5", ".5", "-.5", "+.5",
@@ -262,29 +251,29 @@ TEST(ScannersMatchPatterns, TheNamedAwkwardCases)
     for (const QString &text : cases) {
         EXPECT_TRUE(sameAsDefinition(text));
     }
-}
-
-TEST(ScannersMatchPatterns, LargeGeneratedPrograms)
-{
-    for (bool crlf : {false, true}) {
-        const QString program = ProgramGenerator::milling(1'500'000, 7, crlf);
-        EXPECT_TRUE(sameAsDefinition(program)) << (crlf ? "CRLF" : "LF");
+    std::mt19937 rng(4242);
+    for (int round = 0; round < 6000; ++round) {
+        QString text;
+        for (int lines = int(rng() % 5); lines >= 0; --lines) {
+            text += awkwardLine(rng, 10);
+        }
+        ASSERT_TRUE(sameAsDefinition(text)) << "round " << round;
     }
 }
 
-TEST(ScannersMatchPatterns, GeneratedProgramSaltedWithAwkwardTokens)
+// Large generated programs in both line-break styles, and one salted with awkward tokens.
+TEST(ScannersMatchPatterns, LargeGeneratedPrograms)
 {
+    for (bool crlf : {false, true}) {
+        EXPECT_TRUE(sameAsDefinition(ProgramGenerator::milling(1'500'000, 7, crlf))) << (crlf ? "CRLF" : "LF");
+    }
     std::mt19937 rng(99);
     const QString program = ProgramGenerator::milling(800'000, 11, false);
     QString salted;
-    salted.reserve(program.size() * 2);
     std::uniform_int_distribution<int> gap(1, 60);
-    qsizetype at = 0;
-    while (at < program.size()) {
-        const qsizetype next = std::min<qsizetype>(program.size(), at + gap(rng));
-        salted += QStringView(program).mid(at, next - at);
-        salted += awkwardLine(rng, 2);
-        at = next;
+    for (qsizetype at = 0, step = 0; at < program.size(); at += step) {
+        step = gap(rng);
+        salted += program.mid(at, step) + awkwardLine(rng, 2);
     }
     EXPECT_TRUE(sameAsDefinition(salted));
 }
