@@ -124,6 +124,11 @@ QString run(const QString &tool, const QString &in, const QString &args)
              }
              return out.join(u' ');
          }},
+        {"time-text", [&] {
+             ProgramAnalysis analysis;
+             analysis.estimatedSeconds = in.isEmpty() ? std::nullopt : std::optional(in.toDouble());
+             return analysis.estimatedTimeText().value_or("-");
+         }},
         {"axis-ranges", [&] { return rangesText(NCTools::axisRanges(in, QList<QChar>(args.begin(), args.end()))); }},
     };
     return tools.value(tool, [] { return QStringLiteral("unknown tool"); })();

@@ -53,17 +53,3 @@ TEST(ProgramAnalyzer, CancellationIsAskedEvery512LinesAndStopsTheScan)
     }
     EXPECT_TRUE(ProgramAnalyzer::analyze("", en, [] { return true; }).cancelled);
 }
-
-TEST(ProgramAnalysisTime, TextRoundsHalvesUpAndShowsHoursFromAnHour)
-{
-    const std::pair<std::optional<double>, std::optional<QString>> rows[] = {
-        {754, "12:34"},     {0.4, "0:00"},        {0.5, "0:01"},         {59.5, "1:00"},
-        {3599.49, "59:59"}, {3599.5, "1:00:00"},  {3725.5, "1:02:06"},   {360061, "100:01:01"},
-        {std::nullopt, std::nullopt}, {0, std::nullopt}, {-5, std::nullopt},
-    };
-    for (const auto &[seconds, text] : rows) {
-        ProgramAnalysis a;
-        a.estimatedSeconds = seconds;
-        EXPECT_EQ(a.estimatedTimeText(), text) << seconds.value_or(-1);
-    }
-}
