@@ -46,42 +46,10 @@ void MachineEmulator::stop()
     }
 }
 
-bool MachineEmulator::waitForBytes(qint64 count, Millis timeout)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, timeout, [&] { return m_received >= count || m_finished; });
-    return m_received >= count;
-}
-
-bool MachineEmulator::waitUntilHolding(Millis timeout)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, timeout, [&] { return (m_holding && m_graceOver) || m_finished; });
-    return m_holding && m_graceOver;
-}
-
 void MachineEmulator::releaseHold()
 {
     std::lock_guard guard(m_mutex);
     m_releaseRequested = true;
-}
-
-// Called with m_mutex held.
-void MachineEmulator::consume(const char *data, qint64 count, bool counting)
-{
-    if (m_firstMismatch < 0) {
-        // Bytes past the end of the payload are wrong too.
-        const qint64 comparable = std::clamp<qint64>(m_options.expected.size() - m_received, 0, count);
-        const char *expected = m_options.expected.constData() + m_received;
-        const qint64 same = std::mismatch(data, data + comparable, expected).first - data;
-        if (same < count) {
-            m_firstMismatch = m_received + same;
-        }
-    }
-    m_received += count;
-    if (counting) {
-        m_bytesWhileHeld += count;
-    }
 }
 
 void MachineEmulator::run()
@@ -112,9 +80,7 @@ void MachineEmulator::run()
             received = m_received;
 
             if (!m_holding && nextHold < m_options.holds.size()) {
-                const Hold &hold = m_options.holds.at(nextHold);
-                const bool due = received >= hold.atByte;
-                if (due && sendControl(fd, kXoff)) {
+                if (received >= m_options.holds.at(nextHold).atByte && sendControl(fd, kXoff)) {
                     m_holding = true;
                     m_graceOver = false;
                     m_releaseRequested = false;
@@ -190,7 +156,15 @@ void MachineEmulator::run()
         }
         {
             std::lock_guard guard(m_mutex);
-            consume(buffer.constData(), n, holding && graceOver);
+            if (m_firstMismatch < 0) {
+                // Bytes past the end of the payload are wrong too.
+                const qint64 comparable = std::clamp<qint64>(m_options.expected.size() - m_received, 0, n);
+                const char *data = buffer.constData(), *expected = m_options.expected.constData() + m_received;
+                const qint64 same = std::mismatch(data, data + comparable, expected).first - data;
+                m_firstMismatch = same < n ? m_received + same : -1;
+            }
+            m_received += n;
+            m_bytesWhileHeld += holding && graceOver ? n : 0;
         }
         m_changed.notify_all();
     }

@@ -53,9 +53,15 @@ public:
 
     // Waits until at least `count` bytes arrived; false on time-out or when the
     // emulator ended first.
-    bool waitForBytes(qint64 count, Millis timeout);
+    bool waitForBytes(qint64 count, Millis timeout)
+    {
+        return waitFor(timeout, [&] { return m_received >= count; });
+    }
     // Waits until the current hold is past its grace (the line is really held).
-    bool waitUntilHolding(Millis timeout);
+    bool waitUntilHolding(Millis timeout)
+    {
+        return waitFor(timeout, [&] { return m_holding && m_graceOver; });
+    }
     // Sends the XON of the current hold now (the way to end a `untilReleased` hold).
     void releaseHold();
 
@@ -67,6 +73,13 @@ public:
     bool receivedExactly() const { return firstMismatch() < 0 && locked(m_received) == m_options.expected.size(); }
 
 private:
+    template <typename Condition>
+    bool waitFor(Millis timeout, Condition condition)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, timeout, [&] { return condition() || m_finished; });
+        return condition();
+    }
     template <typename T>
     T locked(const T &member) const
     {
@@ -74,7 +87,6 @@ private:
         return member;
     }
     void run();
-    void consume(const char *data, qint64 count, bool counting);
 
     PtyPair &m_pty;
     const Options m_options;
