@@ -9,7 +9,6 @@
 
 #include <QRegularExpression>
 #include <QMap>
-#include <QStringList>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -251,9 +250,12 @@ TEST(ScannersMatchPatterns, NamedAndRandomLinesOfAwkwardTokens)
     }
 }
 
-// Large generated programs in both line-break styles, and one salted with awkward tokens.
+// Large generated programs in both line-break styles, one salted with awkward
+// tokens, and many one-character blocks whose numbering more than triples the
+// text, well past the room the scanners reserve up front.
 TEST(ScannersMatchPatterns, LargeGeneratedPrograms)
 {
+    EXPECT_TRUE(sameAsDefinition(QString(";\n").repeated(100'000)));
     for (bool crlf : {false, true}) {
         EXPECT_TRUE(sameAsDefinition(ProgramGenerator::milling(1'500'000, 7, crlf))) << (crlf ? "CRLF" : "LF");
     }

@@ -49,19 +49,11 @@ TEST(FormatLikeOriginal, IgnoresTheUserLocale)
     qunsetenv("LOCPATH");
 }
 
-TEST(LargeTexts, OneHugeLineAndManyTinyBlocks)
+// A 1 MB line goes through in one piece (the many-blocks case is in the scanner proof).
+TEST(LargeTexts, OneHugeLine)
 {
     const QString huge = "G1" + QString(1'000'000, u' ') + "X1";
     EXPECT_EQ(formatSpacing(huge), "G1 X1");
     EXPECT_TRUE(renumber(huge, 10, 10) == "N10 " + huge);
     EXPECT_EQ(removeCoolant(huge + " M8"), "G1 X1");
-
-    // Numbering many one-character blocks more than triples the text, well
-    // past the room reserved up front.
-    const QString tiny = QString(";\n").repeated(100'000);
-    const QString numbered = addLineNumbers(tiny, 1, 1);
-    EXPECT_TRUE(numbered.startsWith("N1 ;\nN2 ;\n"));
-    EXPECT_TRUE(numbered.endsWith("N99999 ;\nN100000 ;\n"));
-    EXPECT_EQ(numbered.count(u'\n'), 100'000);
-    EXPECT_TRUE(removeLineNumbers(numbered) == tiny);
 }
