@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <poll.h>
 #include <unistd.h>
 
@@ -13,33 +12,20 @@ namespace {
 constexpr char kXoff = 0x13;
 constexpr char kXon = 0x11;
 constexpr qint64 kReadSize = 64 * 1024;
+constexpr std::chrono::milliseconds kGraceQuiet{25}, kGraceMax{250};
 
 using Clock = std::chrono::steady_clock;
 
 bool sendControl(int fd, char c)
 {
-    for (;;) {
-        const ssize_t n = ::write(fd, &c, 1);
-        if (n == 1) {
-            return true;
-        }
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        return false;
-    }
+    ssize_t n = 0;
+    do {
+        n = ::write(fd, &c, 1);
+    } while (n < 0 && errno == EINTR);
+    return n == 1;
 }
 
 } // namespace
-
-MachineEmulator::MachineEmulator(PtyPair &pty, Options options) : m_pty(pty), m_options(std::move(options))
-{
-}
-
-MachineEmulator::~MachineEmulator()
-{
-    stop();
-}
 
 void MachineEmulator::start()
 {
@@ -60,83 +46,10 @@ void MachineEmulator::stop()
     }
 }
 
-bool MachineEmulator::waitForBytes(qint64 count, Millis timeout)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, timeout, [&] { return m_received >= count || m_finished; });
-    return m_received >= count;
-}
-
-bool MachineEmulator::waitUntilHolding(Millis timeout)
-{
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, timeout, [&] { return (m_holding && m_graceOver) || m_finished; });
-    return m_holding && m_graceOver;
-}
-
 void MachineEmulator::releaseHold()
 {
     std::lock_guard guard(m_mutex);
     m_releaseRequested = true;
-}
-
-qint64 MachineEmulator::firstMismatch() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_firstMismatch;
-}
-
-qint64 MachineEmulator::bytesWhileHeld() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_bytesWhileHeld;
-}
-
-int MachineEmulator::holdsCompleted() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_holdsCompleted;
-}
-
-bool MachineEmulator::hungUp() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_hungUp;
-}
-
-bool MachineEmulator::receivedExactly() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_firstMismatch < 0 && m_received == m_options.expected.size();
-}
-
-bool MachineEmulator::heldQuiet() const
-{
-    std::lock_guard guard(m_mutex);
-    return m_worstHold == 0;
-}
-
-// Called with m_mutex held.
-void MachineEmulator::consume(const char *data, qint64 count, bool counting)
-{
-    if (m_firstMismatch < 0) {
-        const QByteArray &expected = m_options.expected;
-        const qint64 comparable = std::clamp<qint64>(expected.size() - m_received, 0, count);
-        if (comparable > 0 && std::memcmp(data, expected.constData() + m_received, size_t(comparable)) != 0) {
-            for (qint64 i = 0; i < comparable; ++i) {
-                if (data[i] != expected.at(m_received + i)) {
-                    m_firstMismatch = m_received + i;
-                    break;
-                }
-            }
-        } else if (comparable < count) {
-            m_firstMismatch = m_received + comparable; // more than the payload
-        }
-    }
-    m_received += count;
-    if (counting) {
-        m_bytesWhileHeld += count;
-    }
 }
 
 void MachineEmulator::run()
@@ -148,7 +61,6 @@ void MachineEmulator::run()
     int nextHold = 0;
     Clock::time_point holdStarted;
     Clock::time_point lastInFlight;
-    qint64 heldThisTime = 0;
     // Pacing: bytes allowed = rate x time since paceStart; reset after each hold so a
     // held line does not build up credit.
     Clock::time_point paceStart = started;
@@ -168,15 +80,12 @@ void MachineEmulator::run()
             received = m_received;
 
             if (!m_holding && nextHold < m_options.holds.size()) {
-                const Hold &hold = m_options.holds.at(nextHold);
-                const bool due = received >= hold.atByte;
-                if (due && sendControl(fd, kXoff)) {
+                if (received >= m_options.holds.at(nextHold).atByte && sendControl(fd, kXoff)) {
                     m_holding = true;
                     m_graceOver = false;
                     m_releaseRequested = false;
                     holdStarted = now;
                     lastInFlight = now;
-                    heldThisTime = 0;
                     m_changed.notify_all();
                 }
             } else if (m_holding) {
@@ -186,14 +95,13 @@ void MachineEmulator::run()
                 if (over && sendControl(fd, kXon)) {
                     m_holding = false;
                     m_releaseRequested = false;
-                    m_worstHold = std::max(m_worstHold, heldThisTime);
                     ++m_holdsCompleted;
                     ++nextHold;
                     paceStart = now;
                     pacedBytes = 0;
                     m_changed.notify_all();
-                } else if (!m_graceOver && (now - lastInFlight >= m_options.graceQuiet ||
-                                            now - holdStarted >= m_options.graceMax)) {
+                } else if (!m_graceOver && (now - lastInFlight >= kGraceQuiet ||
+                                            now - holdStarted >= kGraceMax)) {
                     m_graceOver = true;
                     m_changed.notify_all();
                 }
@@ -245,20 +153,23 @@ void MachineEmulator::run()
             pacedBytes += n;
         } else if (!graceOver) {
             lastInFlight = Clock::now();
-        } else {
-            heldThisTime += n;
         }
         {
             std::lock_guard guard(m_mutex);
-            consume(buffer.constData(), n, holding && graceOver);
+            if (m_firstMismatch < 0) {
+                // Bytes past the end of the payload are wrong too.
+                const qint64 comparable = std::clamp<qint64>(m_options.expected.size() - m_received, 0, n);
+                const char *data = buffer.constData(), *expected = m_options.expected.constData() + m_received;
+                const qint64 same = std::mismatch(data, data + comparable, expected).first - data;
+                m_firstMismatch = same < n ? m_received + same : -1;
+            }
+            m_received += n;
+            m_bytesWhileHeld += holding && graceOver ? n : 0;
         }
         m_changed.notify_all();
     }
 
     std::lock_guard guard(m_mutex);
-    if (m_holding) {
-        m_worstHold = std::max(m_worstHold, heldThisTime);
-    }
     m_finished = true;
     m_changed.notify_all();
 }

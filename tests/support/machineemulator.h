@@ -20,8 +20,8 @@ class PtyPair;
 //
 // Holding the line: after the XOFF goes out, whatever the sender had already
 // handed the pty is still in flight (a Linux pty buffers 20-31 KB). The emulator
-// reads that off at full speed until the line has been quiet for `graceQuiet`,
-// or for at most `graceMax`; from then until the XON every byte that arrives
+// reads that off at full speed until the line has been quiet for 25 ms, or
+// for at most 250 ms; from then until the XON every byte that arrives
 // counts in bytesWhileHeld(). A sender that honours XOFF gives 0 there.
 class MachineEmulator {
 public:
@@ -40,12 +40,10 @@ public:
         QList<Hold> holds = {};    // in order of triggering
         qint64 hangUpAtByte = -1;  // close the master after this many bytes; -1 never
         Millis lifetime{15000};    // the emulator stops on its own after this
-        Millis graceQuiet{25};
-        Millis graceMax{250};
     };
 
-    MachineEmulator(PtyPair &pty, Options options);
-    ~MachineEmulator();
+    MachineEmulator(PtyPair &pty, Options options) : m_pty(pty), m_options(std::move(options)) {}
+    ~MachineEmulator() { stop(); }
     MachineEmulator(const MachineEmulator &) = delete;
     MachineEmulator &operator=(const MachineEmulator &) = delete;
 
@@ -55,25 +53,40 @@ public:
 
     // Waits until at least `count` bytes arrived; false on time-out or when the
     // emulator ended first.
-    bool waitForBytes(qint64 count, Millis timeout);
+    bool waitForBytes(qint64 count, Millis timeout)
+    {
+        return waitFor(timeout, [&] { return m_received >= count; });
+    }
     // Waits until the current hold is past its grace (the line is really held).
-    bool waitUntilHolding(Millis timeout);
+    bool waitUntilHolding(Millis timeout)
+    {
+        return waitFor(timeout, [&] { return m_holding && m_graceOver; });
+    }
     // Sends the XON of the current hold now (the way to end a `untilReleased` hold).
     void releaseHold();
 
-    qint64 firstMismatch() const; // -1 when every byte so far was right
-    qint64 bytesWhileHeld() const;
-    int holdsCompleted() const;
-    bool hungUp() const;
-
+    qint64 firstMismatch() const { return locked(m_firstMismatch); } // -1 while every byte was right
+    qint64 bytesWhileHeld() const { return locked(m_bytesWhileHeld); } // 0 for a sender that honours XOFF
+    int holdsCompleted() const { return locked(m_holdsCompleted); }
+    bool hungUp() const { return locked(m_hungUp); }
     // The whole expected payload arrived, nothing wrong and nothing extra.
-    bool receivedExactly() const;
-    // No byte arrived while a hold was past its grace.
-    bool heldQuiet() const;
+    bool receivedExactly() const { return firstMismatch() < 0 && locked(m_received) == m_options.expected.size(); }
 
 private:
+    template <typename Condition>
+    bool waitFor(Millis timeout, Condition condition)
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait_for(lock, timeout, [&] { return condition() || m_finished; });
+        return condition();
+    }
+    template <typename T>
+    T locked(const T &member) const
+    {
+        std::lock_guard guard(m_mutex);
+        return member;
+    }
     void run();
-    void consume(const char *data, qint64 count, bool counting);
 
     PtyPair &m_pty;
     const Options m_options;
@@ -91,5 +104,4 @@ private:
     qint64 m_received = 0;
     qint64 m_firstMismatch = -1;
     qint64 m_bytesWhileHeld = 0;
-    qint64 m_worstHold = 0;
 };

@@ -32,10 +32,7 @@ struct Factory {
 const Machine kFadal = Machine::defaults()[1]; // CRLF
 const Machine kFanuc = Machine::defaults()[0]; // CR
 
-bool settled(const TransferController &c)
-{
-    return !c.state().isActive();
-}
+bool settled(const TransferController &c) { return !c.state().isActive(); }
 
 TEST(TransferController, SuccessfulTransferGoesThroughEveryPhase)
 {
@@ -47,19 +44,13 @@ TEST(TransferController, SuccessfulTransferGoesThroughEveryPhase)
     QSignalSpy changes(&controller, &TransferController::stateChanged);
 
     controller.send(QString("G0 X1\n").repeated(100), "part.nc", kFadal, "/dev/ttyUSB0");
-    TransferState expected;
-    expected.status = Status::connecting;
-    expected.fileName = "part.nc";
-    expected.machineName = "Fadal";
-    expected.endpointName = "ttyUSB0";
-    expected.totalBytes = 700;
-    expected.message = "Opening ttyUSB0…";
+    TransferState expected{.status = Status::connecting, .fileName = "part.nc", .machineName = "Fadal",
+                           .endpointName = "ttyUSB0", .totalBytes = 700, .message = "Opening ttyUSB0…"};
     EXPECT_EQ(controller.state(), expected);
 
     ASSERT_TRUE(waitUntil([&] { return settled(controller); }));
-    expected.status = Status::success;
-    expected.bytesSent = 700;
-    expected.message = "Transfer Completed";
+    expected = {.status = Status::success, .fileName = "part.nc", .machineName = "Fadal", .endpointName = "ttyUSB0",
+                .bytesSent = 700, .totalBytes = 700, .message = "Transfer Completed"};
     EXPECT_EQ(controller.state(), expected);
     EXPECT_EQ(line->received, QByteArray("G0 X1\r\n").repeated(100));
     QStringList seen;
@@ -117,10 +108,9 @@ TEST(TransferController, NewTransferRightAfterACancelIsNotDisturbedByTheOldOne)
 
     ASSERT_TRUE(waitUntil([&] { return settled(controller) && first->contains("destroyed"); }));
     QCoreApplication::processEvents();
-    EXPECT_EQ(controller.state().status, Status::success);
-    EXPECT_EQ(controller.state().fileName, "new.nc");
-    EXPECT_EQ(controller.state().machineName, "Fanuc");
-    EXPECT_EQ(controller.state().totalBytes, 4);
+    EXPECT_EQ(controller.state(), (TransferState{.status = Status::success, .fileName = "new.nc", .machineName = "Fanuc",
+                                                 .endpointName = "ttyUSB1", .bytesSent = 4, .totalBytes = 4,
+                                                 .message = "Transfer Completed"}));
     EXPECT_EQ(second->received, "M30\r");
 }
 
