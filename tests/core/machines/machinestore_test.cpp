@@ -7,9 +7,6 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include <csignal>
-#include <sys/resource.h>
-
 namespace {
 
 class MachineStoreTest : public ::testing::Test {
@@ -86,30 +83,6 @@ TEST_F(MachineStoreTest, UpsertAndRemoveSaveAndSignalAndAnEmptyListStartsWithThe
     }
     EXPECT_EQ(readFile(), "[]");
     EXPECT_EQ(MachineStore(path()).machines(), Machine::defaults());
-}
-
-TEST_F(MachineStoreTest, FailedWriteLeavesTheOldFileWholeAndIsSilent)
-{
-    const QByteArray old = Machine::encodeList({haas()});
-    writeFile(old);
-    MachineStore store(path());
-    // Cap the size of any file this process writes, so the temporary copy
-    // cannot be completed however privileged the test user is.
-    rlimit saved{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = saved;
-    small.rlim_cur = 16;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    store.upsert(fanuc);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previousHandler);
-
-    EXPECT_EQ(readFile(), old);
-    EXPECT_EQ(store.machines(), QList<Machine>({haas(), fanuc}));
-    EXPECT_EQ(QFileInfo(path()).dir().entryList(QDir::Files), QStringList({"machines.json"}));
-    store.save();
-    EXPECT_EQ(readFile(), Machine::encodeList(store.machines()));
 }
 
 TEST(MachineStoreLocation, DefaultFileLivesInTheUsersDataFolder)

@@ -1,12 +1,8 @@
 #include "workspace/textfile.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-
-#include <csignal>
-#include <sys/resource.h>
 
 namespace {
 
@@ -97,29 +93,4 @@ TEST(TextFile, ByteOrderMarkIsDroppedOnlyAtTheStartAndMissingFilesCannotBeOpened
         EXPECT_EQ(result.error, TextFile::ReadError::cannotOpen);
         EXPECT_FALSE(result.errorString.isEmpty());
     }
-}
-
-TEST(TextFile, WriteThatFailsHalfwayLeavesTheOldFileWhole)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("part.nc");
-    writeBytes(path, "G0 X0\nM30\n");
-
-    // A file-size limit makes the disk "full" after 64 KiB, root or not.
-    rlimit old{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
-    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 64 * 1024;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const QString error = TextFile::writeAtomically(path, QString(3 << 20, QLatin1Char('X')));
-    // Smaller than one write buffer: the short write must still be noticed.
-    const QString smallError = TextFile::writeBytesAtomically(path, QByteArray(100 * 1024, 'Y'));
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
-
-    EXPECT_FALSE(error.isEmpty());
-    EXPECT_FALSE(smallError.isEmpty());
-    EXPECT_EQ(readBytes(path), "G0 X0\nM30\n");
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"part.nc"});
 }
