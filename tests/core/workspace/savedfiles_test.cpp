@@ -58,27 +58,19 @@ TEST(TextFile, LineEndsBlanksLongLinesAndMissingFinalNewlineRoundTripByteForByte
     }
 }
 
+// Every row of invalid.tsv: bytes and the offset of their first bad sequence.
 TEST(TextFile, InvalidUtf8IsRefusedWithTheOffsetOfTheFirstBadSequence)
 {
-    const std::pair<QByteArray, qint64> cases[] = { // offset -1: well-formed
-        {"G0 X1\n\x80 rest", 6},      // stray continuation byte
-        {"ok\xC0\xAF", 2},            // overlong two-byte forms
-        {"ok\xC1\xBF", 2},            //
-        {"ok \xE0\x80\xAF", 3},       // overlong three-byte form
-        {"ok \xF0\x80\x80\xAF", 3},   // overlong four-byte form
-        {"abc\xED\xA0\x80", 3},       // UTF-16 surrogate
-        {"abc\xF4\x90\x80\x80", 3},   // above U+10FFFF
-        {"abc\xF5\x80\x80\x80", 3},   // lead byte that cannot occur
-        {"\xFF", 0},                  //
-        {"N10 \xC3(", 4},             // lead byte followed by ASCII
-        {"N10 \xE2\x82", 4},          // cut short by the end of the file
-        {"N10 X1.5 (\xE9t\xE9)", 10}, // Latin-1, the usual culprit
-        {"\xC3\xA9 then \xE9", 8},    // valid multi-byte before the bad one
-        {"\xEF\xBB\xBFG0 \x80", 6},   // the offset counts the byte order mark
-        {"\xC2\x80 \xDF\xBF \xE0\xA0\x80 \xED\x9F\xBF \xEF\xBF\xBF \xF0\x90\x80\x80 \xF4\x8F\xBF\xBF", -1},
-    };
-    for (const auto &[bytes, offset] : cases) {
-        SCOPED_TRACE(bytes.toHex(' ').toStdString());
+    QFile table(QStringLiteral(VARN_SOURCE_DIR "/tests/data/utf8/invalid.tsv"));
+    ASSERT_TRUE(table.open(QIODevice::ReadOnly));
+    for (const QByteArray &line : table.readAll().split('\n')) {
+        const QList<QByteArray> row = line.split('\t');
+        if (line.startsWith('#') || row.size() < 2) {
+            continue;
+        }
+        SCOPED_TRACE(line.toStdString());
+        const QByteArray bytes = QByteArray::fromHex(row[0]);
+        const qint64 offset = row[1].toLongLong();
         const TextFile::ReadResult result = TextFile::decode(bytes);
         EXPECT_EQ(TextFile::firstInvalidUtf8Offset(bytes), offset);
         EXPECT_EQ(result.ok() ? -1 : result.invalidByteOffset, offset);
