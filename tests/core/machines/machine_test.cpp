@@ -1,7 +1,13 @@
 #include "machines/machine.h"
+#include "machines/machinestore.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace {
@@ -25,6 +31,9 @@ Machine changed(std::function<void(Machine &)> change)
 
 const QByteArray kFanucJson = R"({"id":"fanuc","name":"Fanuc","baudRate":4800,"dataBits":7,"parity":"E",)"
                               R"("stopBits":2,"flowControl":"xonxoff","lineTerminator":"CR","dtr":false,)"
+                              R"("rts":false,"dripFeed":false})";
+const QByteArray kFadalJson = R"({"id":"fadal","name":"Fadal","baudRate":9600,"dataBits":8,"parity":"N",)"
+                              R"("stopBits":1,"flowControl":"xonxoff","lineTerminator":"CRLF","dtr":false,)"
                               R"("rts":false,"dripFeed":false})";
 
 } // namespace
@@ -80,24 +89,16 @@ TEST(Machine, RawValuesDefaultsSummaryAndLineSettings)
         raw << Machine::rawValue(t) + '=' + Machine::terminatorBytes(t).toHex();
     }
     EXPECT_EQ(raw, QStringList({"N", "E", "O", "M", "S", "xonxoff", "rtscts", "none", "CR=0d", "CRLF=0d0a", "LF=0a"}));
-    EXPECT_EQ(Machine::fromRawValue<P>("M"), P::mark);
-    EXPECT_EQ(Machine::fromRawValue<FC>("rtscts"), FC::rtsCts);
-    EXPECT_EQ(Machine::fromRawValue<LT>("CRLF"), LT::crlf);
-    EXPECT_EQ(Machine::fromRawValue<P>("e"), std::nullopt);
-    EXPECT_EQ(Machine::fromRawValue<FC>("XONXOFF"), std::nullopt);
-    EXPECT_EQ(Machine::fromRawValue<LT>(""), std::nullopt);
+    EXPECT_TRUE(Machine::fromRawValue<P>("M") == P::mark && Machine::fromRawValue<FC>("rtscts") == FC::rtsCts &&
+                Machine::fromRawValue<LT>("CRLF") == LT::crlf);
+    EXPECT_FALSE(Machine::fromRawValue<P>("e") || Machine::fromRawValue<FC>("XONXOFF") || Machine::fromRawValue<LT>(""));
     EXPECT_EQ(Machine::baudRateOptions,
               (std::array<qint64, 11>{110, 300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200}));
 
     // Keys in their documented order; the second default is Fadal.
     ASSERT_EQ(Machine::defaults().size(), 2);
     EXPECT_EQ(fanuc().toJson(), kFanucJson);
-    EXPECT_EQ(Machine::defaults()[1].toJson(), QByteArray(kFanucJson)
-                                                   .replace("fanuc", "fadal")
-                                                   .replace("Fanuc", "Fadal")
-                                                   .replace("4800,\"dataBits\":7,\"parity\":\"E\",\"stopBits\":2",
-                                                            "9600,\"dataBits\":8,\"parity\":\"N\",\"stopBits\":1")
-                                                   .replace("\"CR\"", "\"CRLF\""));
+    EXPECT_EQ(Machine::defaults()[1].toJson(), kFadalJson);
 
     const struct {
         Machine machine;
@@ -165,7 +166,7 @@ TEST(MachineJson, RoundTripsAwkwardNamesAndRefusesAnythingIncomplete)
 
     // Lists decode whole or not at all.
     const QByteArray both = Machine::encodeList(Machine::defaults());
-    EXPECT_EQ(both, "[" + kFanucJson + "," + Machine::defaults()[1].toJson() + "]");
+    EXPECT_EQ(both, "[" + kFanucJson + "," + kFadalJson + "]");
     EXPECT_EQ(Machine::decodeList(both), Machine::defaults());
     EXPECT_EQ(Machine::encodeList({}), "[]");
     EXPECT_EQ(Machine::decodeList("[]"), QList<Machine>());
@@ -174,3 +175,90 @@ TEST(MachineJson, RoundTripsAwkwardNamesAndRefusesAnythingIncomplete)
         EXPECT_EQ(Machine::decodeList(bad), std::nullopt) << bad.constData();
     }
 }
+
+namespace {
+
+class MachineStoreTest : public ::testing::Test {
+protected:
+    QString path() const { return m_dir.filePath("VarnEdit/machines.json"); }
+    void writeFile(const QByteArray &bytes) const
+    {
+        QDir().mkpath(QFileInfo(path()).absolutePath());
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+    }
+    QByteArray readFile() const
+    {
+        QFile file(path());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    static Machine haas()
+    {
+        Machine machine;
+        machine.id = "haas", machine.name = "Haas", machine.baudRate = 115200;
+        return machine;
+    }
+    const Machine fanuc = Machine::defaults()[0], fadal = Machine::defaults()[1];
+    QTemporaryDir m_dir;
+};
+
+TEST_F(MachineStoreTest, LoadsTheFileOrTheDefaultsAndLeavesAnUnusableFileUntilTheNextSave)
+{
+    MachineStore fresh(path());
+    EXPECT_EQ(fresh.machines(), Machine::defaults());
+    EXPECT_TRUE(QFileInfo(path()).dir().exists());
+    EXPECT_FALSE(QFile::exists(path())) << "nothing is written before a change";
+
+    writeFile(Machine::encodeList({haas(), fadal}));
+    EXPECT_EQ(MachineStore(path()).machines(), QList<Machine>({haas(), fadal}));
+
+    const QByteArray unusable[] = {"[]", "", "not json at all", "{\"id\":\"haas\"}",
+                                   Machine::encodeList({haas(), fadal}).replace(R"("rts":false,)", ""),
+                                   Machine::encodeList({haas()}).replace("\"N\"", "\"n\"")};
+    for (const QByteArray &content : unusable) {
+        SCOPED_TRACE(content.constData());
+        writeFile(content);
+        EXPECT_EQ(MachineStore(path()).machines(), Machine::defaults());
+        EXPECT_EQ(readFile(), content);
+    }
+    // The broken file is overwritten by the first change; that is intended.
+    MachineStore store(path());
+    store.upsert(haas());
+    EXPECT_EQ(readFile(), Machine::encodeList({fanuc, fadal, haas()}));
+}
+
+TEST_F(MachineStoreTest, UpsertAndRemoveSaveAndSignalAndAnEmptyListStartsWithTheDefaults)
+{
+    {
+        MachineStore store(path());
+        QSignalSpy changed(&store, &MachineStore::machinesChanged);
+        store.upsert(haas());
+        Machine renamed = fanuc;
+        renamed.name = "Fanuc 0i", renamed.baudRate = 9600;
+        store.upsert(renamed); // replaced in place
+        EXPECT_EQ(store.machines(), QList<Machine>({renamed, fadal, haas()}));
+        EXPECT_EQ(readFile(), Machine::encodeList(store.machines()));
+        EXPECT_EQ(MachineStore(path()).machines(), store.machines());
+
+        Machine stale = fadal;
+        stale.name = "Renamed elsewhere";
+        store.remove(stale); // matched by id only
+        store.remove(renamed);
+        store.remove(haas());
+        EXPECT_TRUE(store.machines().isEmpty());
+        store.remove(haas()); // not there: no change
+        EXPECT_EQ(changed.count(), 5);
+    }
+    EXPECT_EQ(readFile(), "[]");
+    EXPECT_EQ(MachineStore(path()).machines(), Machine::defaults());
+}
+
+TEST(MachineStoreLocation, DefaultFileLivesInTheUsersDataFolder)
+{
+    const QString expected = qEnvironmentVariable("XDG_DATA_HOME") + "/VarnEdit/machines.json";
+    EXPECT_EQ(MachineStore::defaultFilePath(), expected);
+    EXPECT_EQ(MachineStore().filePath(), expected);
+}
+
+} // namespace

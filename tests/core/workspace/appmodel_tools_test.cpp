@@ -4,49 +4,43 @@
 
 #include "workspace/editornavigator.h"
 
+#include <QFile>
+
 namespace {
 
+// Every row of prompts.tsv: a command, the answer typed, the program before and after.
 TEST_F(AppModelTest, PromptedToolsApplyOnlyAcceptedAnswers)
 {
-    const QString feed = "G01 X1. F450.\nG01 Y2. F1000", spindle = "S1000 M3\nS3001",
-                  codes = "N10 G0 X0 M08\nN20 M09\nN30 M05";
-    const struct {
-        void (AppModel::*command)();
-        std::optional<QString> answer;
-        QString before, after; // equal: the answer must change nothing
-    } rows[] = {
-        {&AppModel::reduceFeedPrompt, "10", feed, "G01 X1. F405.\nG01 Y2. F900"},
-        {&AppModel::reduceFeedPrompt, " 12,5 % ", "F1000", "F875"},
-        {&AppModel::reduceFeedPrompt, "0", feed, feed},
-        {&AppModel::reduceFeedPrompt, "100", feed, feed},
-        {&AppModel::reduceFeedPrompt, "-5", feed, feed},
-        {&AppModel::reduceFeedPrompt, "ten", feed, feed},
-        {&AppModel::reduceFeedPrompt, "nan", feed, feed},
-        {&AppModel::reduceFeedPrompt, std::nullopt, feed, feed},
-        {&AppModel::adjustSpindlePrompt, "-50", spindle, "S500 M3\nS1501"},
-        {&AppModel::adjustSpindlePrompt, "+10", spindle, "S1100 M3\nS3301"},
-        {&AppModel::adjustSpindlePrompt, "0", spindle, spindle},
-        {&AppModel::adjustSpindlePrompt, "inf", spindle, spindle},
-        {&AppModel::adjustSpindlePrompt, "1e18", spindle, spindle},
-        {&AppModel::adjustSpindlePrompt, std::nullopt, spindle, spindle},
-        {&AppModel::removeMCodesPrompt, "8, 9", codes, "N10 G0 X0\nN30 M05"},
-        {&AppModel::removeMCodesPrompt, " 5 ,x, ", codes, "N10 G0 X0 M08\nN20 M09"},
-        {&AppModel::removeMCodesPrompt, "x, y", codes, codes},
-        {&AppModel::removeMCodesPrompt, std::nullopt, codes, codes},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.before.toStdString() + " with " + row.answer.value_or("(cancel)").toStdString());
+    const QHash<QString, void (AppModel::*)()> commands = {{"reduce-feed", &AppModel::reduceFeedPrompt},
+                                                          {"adjust-spindle", &AppModel::adjustSpindlePrompt},
+                                                          {"remove-m", &AppModel::removeMCodesPrompt}};
+    const QHash<QString, QString> samples = {{"feed", "G01 X1. F450.\nG01 Y2. F1000"},
+                                             {"spindle", "S1000 M3\nS3001"},
+                                             {"codes", "N10 G0 X0 M08\nN20 M09\nN30 M05"}};
+    QFile table(QStringLiteral(VARN_SOURCE_DIR "/tests/data/workspace/prompts.tsv"));
+    ASSERT_TRUE(table.open(QIODevice::ReadOnly));
+    int rows = 0;
+    for (const QString &line : QString::fromUtf8(table.readAll()).split('\n', Qt::SkipEmptyParts)) {
+        const QStringList row = line.split('\t');
+        if (line.startsWith('#') || row.size() != 4) {
+            continue;
+        }
+        SCOPED_TRACE(line.toStdString());
+        const QString before = samples.value(row[2], row[2]);
+        const QString after = row[3] == "=" ? before : QString(row[3]).replace("\\n", "\n");
         EditorDocument *doc = model->newDocument();
-        doc->setText(row.before);
+        doc->setText(before);
         const qint64 revision = doc->revision();
         dialogs.asked.clear();
-        dialogs.promptAnswers = {row.answer};
-        (model.get()->*row.command)();
+        dialogs.promptAnswers = {row[1] == "<cancel>" ? std::nullopt : std::optional(row[1])};
+        (model.get()->*commands.value(row[0]))();
         EXPECT_EQ(dialogs.asked.size(), 1);
-        EXPECT_EQ(doc->text(), row.after);
-        EXPECT_EQ(doc->revision(), revision + (row.after == row.before ? 0 : 1));
+        EXPECT_EQ(doc->text(), after);
+        EXPECT_EQ(doc->revision(), revision + (after == before ? 0 : 1));
         EXPECT_FALSE(model->alert()) << "a refused answer shows nothing";
+        ++rows;
     }
+    EXPECT_EQ(rows, 18);
 }
 
 TEST_F(AppModelTest, PromptsAskInTheInterfaceLanguageAndNothingAsksWithoutADocument)

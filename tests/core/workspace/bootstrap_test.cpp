@@ -85,22 +85,54 @@ TEST_F(AppModelTest, EnvironmentStagesFoldersAFileAndTheInspector)
     EXPECT_EQ(stored("varn.folders").toStringList(), QStringList{path("remembered")}) << "staged folders are not remembered";
 }
 
-TEST_F(AppModelTest, FilesHandedOverBeforeStartAreOpenedOnceAndLaterOnesGoStraightToTheModel)
+// How the coordinator queues and forwards is its own test; here, that start-up connects the model.
+TEST_F(AppModelTest, FilesHandedOverBeforeStartAreOpenedAndLaterOnesGoStraightToTheModel)
 {
     const QUrl a = writeFile("a.nc", "G0 X1"), b = writeFile("b.nc", "G0 X2");
     ExternalFileOpenCoordinator &coordinator = ExternalFileOpenCoordinator::shared();
-    coordinator.enqueue({a, QUrl::fromLocalFile(dir.path() + "/./a.nc"), QUrl("https://example.com/x.nc"), b});
-    EXPECT_EQ(coordinator.pendingUrls(), (QList<QUrl>{a, b}));
+    coordinator.enqueue({a, b});
     model->bootstrap();
-    ASSERT_EQ(model->documents().size(), 2);
-    EXPECT_EQ(model->documents()[0]->url(), a);
-    EXPECT_EQ(model->documents()[1]->url(), b);
-    EXPECT_EQ(model->selectedDocument()->url(), b);
+    ASSERT_TRUE(waitUntil([&] { return !model->isLoadingAnyFile(); }));
+    EXPECT_EQ(tabs(), QStringList({"a.nc: G0 X1", "*b.nc: G0 X2"}));
     coordinator.enqueue({a});
     EXPECT_EQ(model->selectedDocument()->url(), a);
-    EXPECT_EQ(model->documents().size(), 2);
     model.reset();
     EXPECT_FALSE(coordinator.isConnected());
 }
 
+QUrl file(const char *path)
+{
+    return QUrl::fromLocalFile(QString::fromUtf8(path));
+}
+
 } // namespace
+
+TEST(ExternalFileOpenCoordinator, CollectsFilesOnceEachUntilAModelConnectsThenForwardsEveryOne)
+{
+    ExternalFileOpenCoordinator coordinator;
+    coordinator.enqueue({file("/p/b.nc"), QUrl("https://example.com/x.nc"), file("/p/a.nc")});
+    coordinator.enqueue({file("/p/./sub/../b.nc"), file("/p/c.nc")}); // the same b.nc, written another way
+    auto model = std::make_unique<QObject>();
+    QList<QUrl> opened;
+    QList<qsizetype> pendingSeen;
+    coordinator.connect(model.get(), [&](const QUrl &url) {
+        pendingSeen << coordinator.pendingUrls().size();
+        opened << url;
+        if (url == file("/p/a.nc")) {
+            coordinator.enqueue({file("/p/from-inside.nc")}); // goes straight to the model
+        }
+    });
+    EXPECT_TRUE(coordinator.isConnected());
+    EXPECT_EQ(opened, (QList<QUrl>{file("/p/b.nc"), file("/p/a.nc"), file("/p/from-inside.nc"), file("/p/c.nc")}));
+    EXPECT_EQ(pendingSeen, (QList<qsizetype>{0, 0, 0, 0})) << "the queue is emptied before the model opens";
+
+    // Twice the same file while connected: the model decides what that means.
+    coordinator.enqueue({file("/p/d.nc"), file("/p/d.nc"), QUrl("mailto:someone@example.com")});
+    EXPECT_EQ(opened.mid(4), (QList<QUrl>{file("/p/d.nc"), file("/p/d.nc")}));
+
+    model.reset(); // the model is gone: its open function must not be called
+    EXPECT_FALSE(coordinator.isConnected());
+    coordinator.enqueue({file("/p/late.nc"), file("/p/late.nc")});
+    EXPECT_EQ(opened.size(), 6);
+    EXPECT_EQ(coordinator.pendingUrls(), QList<QUrl>{file("/p/late.nc")});
+}

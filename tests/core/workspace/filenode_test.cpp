@@ -34,11 +34,6 @@ QString names(const QList<FileNodePtr> &nodes)
     return result.join(", ");
 }
 
-QString listing(const QString &folder)
-{
-    return names(FileNode::contents(QUrl::fromLocalFile(folder)));
-}
-
 } // namespace
 
 TEST(FileNode, FoldersFirstThenFilesByNameInTheUsersLocaleWithoutHiddenEntries)
@@ -57,7 +52,7 @@ TEST(FileNode, FoldersFirstThenFilesByNameInTheUsersLocaleWithoutHiddenEntries)
     QLocale::setDefault(QLocale(QLocale::Spanish, QLocale::Spain));
     for (const auto &[entries, expected] : rows) {
         QTemporaryDir dir;
-        EXPECT_EQ(listing(makeTree(dir, entries)), expected);
+        EXPECT_EQ(names(FileNode::contents(QUrl::fromLocalFile(makeTree(dir, entries)))), expected);
     }
     QLocale::setDefault(old);
 }

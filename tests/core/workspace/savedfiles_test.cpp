@@ -1,5 +1,6 @@
 #include "workspace/backupstore.h"
 #include "workspace/editordocument.h"
+#include "workspace/textfile.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,10 +15,83 @@ const QDateTime kMarch3 = QDateTime(QDate(2025, 3, 3), QTime(14, 5, 9));
 QByteArray readBytes(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
+}
+
+void writeBytes(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_EQ(file.write(bytes), bytes.size());
+}
+
+// Read, then write back: the bytes on disk must not move by one.
+void expectRoundTrip(const QByteArray &bytes)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("program.nc");
+    writeBytes(path, bytes);
+    const TextFile::ReadResult read = TextFile::read(path);
+    ASSERT_TRUE(read.ok()) << int(read.error);
+    const QString copy = dir.filePath("copy.nc");
+    ASSERT_EQ(TextFile::writeAtomically(copy, read.text), QString());
+    EXPECT_EQ(readBytes(copy), bytes);
 }
 
 } // namespace
+
+TEST(TextFile, LineEndsBlanksLongLinesAndMissingFinalNewlineRoundTripByteForByte)
+{
+    QByteArray longLine = "N10 G1";
+    while (longLine.size() < (1 << 20)) {
+        longLine += " X1.2345 Y-6.789";
+    }
+    for (const QByteArray &bytes : {
+             QByteArray("%\r\nO1000 (CRLF)\r\nN10 G0 X0\r\nM30\r\n%\r\n"),
+             QByteArray("G0 X1\nG1 Y2\r\nG2 Z3\rM30"), // mixed, lone CR, no final newline
+             QByteArray("N10 G0 X0   \t\n\n\nN20 M30"), QByteArray("(ÁNGULO 45° — AÇO INOX) € 😀\r\n"), QByteArray(),
+             QByteArray("A\0B\n", 4), // a NUL is valid UTF-8 and must survive
+             longLine + "\r\nM30\r\n",
+             // A surrogate pair straddling the writer's chunk boundary (1 Mi UTF-16 units) stays one character.
+             QByteArray((1 << 20) - 1, 'X') + "😀 tail"}) {
+        expectRoundTrip(bytes);
+    }
+}
+
+// Every row of invalid.tsv: bytes and the offset of their first bad sequence.
+TEST(TextFile, InvalidUtf8IsRefusedWithTheOffsetOfTheFirstBadSequence)
+{
+    QFile table(QStringLiteral(VARN_SOURCE_DIR "/tests/data/utf8/invalid.tsv"));
+    ASSERT_TRUE(table.open(QIODevice::ReadOnly));
+    for (const QByteArray &line : table.readAll().split('\n')) {
+        const QList<QByteArray> row = line.split('\t');
+        if (line.startsWith('#') || row.size() < 2) {
+            continue;
+        }
+        SCOPED_TRACE(line.toStdString());
+        const QByteArray bytes = QByteArray::fromHex(row[0]);
+        const qint64 offset = row[1].toLongLong();
+        const TextFile::ReadResult result = TextFile::decode(bytes);
+        EXPECT_EQ(TextFile::firstInvalidUtf8Offset(bytes), offset);
+        EXPECT_EQ(result.ok() ? -1 : result.invalidByteOffset, offset);
+        EXPECT_EQ(result.text.isEmpty(), offset >= 0); // never a half-decoded program
+    }
+}
+
+TEST(TextFile, ByteOrderMarkIsDroppedOnlyAtTheStartAndMissingFilesCannotBeOpened)
+{
+    const TextFile::ReadResult withMark = TextFile::decode("\xEF\xBB\xBF%\nO1\n");
+    EXPECT_TRUE(withMark.hadByteOrderMark);
+    EXPECT_EQ(withMark.text, "%\nO1\n");
+    EXPECT_FALSE(TextFile::decode("%\nO1\n").hadByteOrderMark);
+    EXPECT_EQ(TextFile::decode("A\xEF\xBB\xBF").text, QString("A") + QChar(0xFEFF));
+    QTemporaryDir dir;
+    for (const QString &path : {dir.filePath("nope.nc"), dir.path()}) {
+        const TextFile::ReadResult result = TextFile::read(path);
+        EXPECT_EQ(result.error, TextFile::ReadError::cannotOpen);
+        EXPECT_FALSE(result.errorString.isEmpty());
+    }
+}
 
 TEST(BackupStore, FileNamesFollowBaseStampExtension)
 {
