@@ -1,6 +1,6 @@
-// Every test executable starts here: a QCoreApplication for the event loop and
-// a private HOME/XDG tree so no test ever touches the user's real settings or data.
-#include <QCoreApplication>
+// Every test executable starts here: an application object for the event loop
+// (a QApplication, offscreen unless told otherwise, for the widget tests) and a
+// private HOME/XDG tree, so no test ever touches the user's real settings or data.
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -8,24 +8,35 @@
 
 #include <cstdlib>
 
+#ifdef VARN_TEST_WIDGETS
+#include <QApplication>
+using TestApplication = QApplication;
+#else
+#include <QCoreApplication>
+using TestApplication = QCoreApplication;
+#endif
+
 int main(int argc, char **argv)
 {
     QTemporaryDir home(QDir::tempPath() + "/varn-test-home-XXXXXX");
     const QByteArray root = home.path().toUtf8();
-    for (const char *sub : {"", "/.config", "/.local/share", "/.cache", "/runtime"}) {
+    const std::pair<const char *, const char *> folders[] = {{"HOME", ""},
+                                                             {"XDG_CONFIG_HOME", "/.config"},
+                                                             {"XDG_DATA_HOME", "/.local/share"},
+                                                             {"XDG_CACHE_HOME", "/.cache"},
+                                                             {"XDG_RUNTIME_DIR", "/runtime"}};
+    for (const auto &[name, sub] : folders) {
         QDir().mkpath(QString::fromUtf8(root + sub));
+        qputenv(name, root + sub);
     }
-    setenv("HOME", root.constData(), 1);
-    setenv("XDG_CONFIG_HOME", (root + "/.config").constData(), 1);
-    setenv("XDG_DATA_HOME", (root + "/.local/share").constData(), 1);
-    setenv("XDG_CACHE_HOME", (root + "/.cache").constData(), 1);
-    setenv("XDG_RUNTIME_DIR", (root + "/runtime").constData(), 1);
-    QFile::setPermissions(QString::fromUtf8(root + "/runtime"),
+    QFile::setPermissions(root + "/runtime",
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setOrganizationName("VarnEdit");
-    QCoreApplication::setApplicationName("VarnEdit");
+#ifdef VARN_TEST_WIDGETS
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+#endif
+    TestApplication app(argc, argv);
+    TestApplication::setOrganizationName("VarnEdit");
+    TestApplication::setApplicationName("VarnEdit");
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
