@@ -4,7 +4,7 @@
 #include "nc/gcodehighlighter.h"
 #include "nc/programanalyzer.h"
 #include "programgenerator.h"
-#include "workspace/textfilestream.h"
+#include "base/textfilestream.h"
 
 #include <QFile>
 #include <QTemporaryDir>

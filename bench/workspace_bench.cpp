@@ -4,7 +4,7 @@
 #include "programgenerator.h"
 #include "workspace/editordocument.h"
 #include "workspace/filenode.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QFile>
 #include <QTemporaryDir>

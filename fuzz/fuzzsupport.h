@@ -3,7 +3,7 @@
 // Shared pieces of the fuzz targets: how raw bytes become a program, the line
 // framing every tool uses, and a check that stops the run with a readable line.
 
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workspace/appearancemode.h"
+#include "base/appearancemode.h"
 
 #include <QProcessEnvironment>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "commandline.h"
 
-#include "workspace/textfile.h"
-#include "workspace/textfilestream.h"
+#include "base/textfile.h"
+#include "base/textfilestream.h"
 
 #include <QFile>
 #include <QFileInfo>

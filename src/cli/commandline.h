@@ -1,7 +1,7 @@
 #pragma once
 
-#include "workspace/l10n.h"
-#include "workspace/textfile.h"
+#include "base/l10n.h"
+#include "base/textfile.h"
 
 #include <QByteArray>
 #include <QHash>

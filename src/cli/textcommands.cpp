@@ -7,7 +7,7 @@
 #include "nc/nctools.h"
 #include "nc/programanalyzer.h"
 #include "transfer/gcodesender.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <functional>
 

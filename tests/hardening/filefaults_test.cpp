@@ -6,7 +6,7 @@
 #include "programgenerator.h"
 #include "workspace/backupstore.h"
 #include "workspace/editordocument.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QDir>
 #include <QElapsedTimer>

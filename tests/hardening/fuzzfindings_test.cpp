@@ -1,7 +1,7 @@
 // Inputs the fuzz targets found, kept so the faults stay fixed.
 #include "machines/machine.h"
 #include "nc/gcodehighlighter.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <gtest/gtest.h>
 

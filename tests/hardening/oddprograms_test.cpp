@@ -5,7 +5,7 @@
 #include "nc/gcodehighlighter.h"
 #include "nc/nctools.h"
 #include "nc/programanalyzer.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QFile>
 #include <QProcess>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "transport/seriallinesettings.h"
-#include "workspace/l10n.h"
+#include "base/seriallinesettings.h"
+#include "base/l10n.h"
 
 #include <QByteArray>
 #include <QJsonValue>

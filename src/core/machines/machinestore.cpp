@@ -3,7 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 #include <QStandardPaths>
 
 MachineStore::MachineStore(QObject *parent) : MachineStore(defaultFilePath(), parent) {}

@@ -2,7 +2,7 @@
 
 #include "nc/nctools.h"
 #include "nc/programanalysis.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QList>
 #include <QString>

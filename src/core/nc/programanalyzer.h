@@ -1,7 +1,7 @@
 #pragma once
 
 #include "programanalysis.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QRandomGenerator>
 #include <QStringView>

@@ -3,7 +3,7 @@
 #include "machines/machine.h"
 #include "transfer/transferevent.h"
 #include "transport/serialtransport.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QByteArray>
 #include <QString>

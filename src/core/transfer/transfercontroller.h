@@ -4,7 +4,7 @@
 #include "transfer/transferevent.h"
 #include "transfer/transferstate.h"
 #include "transport/serialtransport.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QObject>
 #include <QString>

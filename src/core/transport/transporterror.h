@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QString>
 

@@ -3,7 +3,7 @@
 #include "transport/serialportscanner.h"
 #include "workspace/dialogs.h"
 #include "workspace/externalfileopencoordinator.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -5,11 +5,11 @@
 #include "transfer/transfercontroller.h"
 #include "transport/serialport.h"
 #include "workspace/appalert.h"
-#include "workspace/appearancemode.h"
+#include "base/appearancemode.h"
 #include "workspace/backupstore.h"
 #include "workspace/editordocument.h"
 #include "workspace/filenode.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QFuture>
 #include <QFutureWatcher>

@@ -5,8 +5,8 @@
 #include "appmodel.h"
 
 #include "nc/programanalyzer.h"
-#include "workspace/textfile.h"
-#include "workspace/textfilestream.h"
+#include "base/textfile.h"
+#include "base/textfilestream.h"
 
 #include <QDir>
 #include <QFileInfo>

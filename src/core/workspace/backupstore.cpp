@@ -1,7 +1,7 @@
 #include "backupstore.h"
 
 #include "editordocument.h"
-#include "textfile.h"
+#include "base/textfile.h"
 
 #include <QDir>
 #include <QStandardPaths>

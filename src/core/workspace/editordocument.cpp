@@ -1,6 +1,6 @@
 #include "editordocument.h"
 
-#include "textfile.h"
+#include "base/textfile.h"
 #include "utf8blockstorage.h"
 
 #include <QtGlobal>

@@ -1,6 +1,6 @@
 #include "utf8blockstorage.h"
 
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <algorithm>
 #include <cstring>

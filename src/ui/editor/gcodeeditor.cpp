@@ -7,7 +7,7 @@
 #include "nc/gcodehighlighter.h"
 #include "workspace/editordocument.h"
 
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "workspace/editordocument.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <Qsci/qsciscintilla.h>
 

@@ -2,7 +2,7 @@
 
 #include "window/unsavedchanges.h"
 
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QSet>
 #include <QUuid>

@@ -5,8 +5,8 @@
 
 #include "nc/gcodehighlighter.h"
 #include "nc/programanalyzer.h"
-#include "workspace/textfile.h"
-#include "workspace/textfilestream.h"
+#include "base/textfile.h"
+#include "base/textfilestream.h"
 
 #include <QDir>
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 // fast tokeniser replaces, QString::toDouble for values: slow, obvious, and the
 // yardstick the real analyzer must match result for result.
 #include "nc/programanalysis.h"
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 namespace ReferenceAnalyzer {
 

@@ -6,8 +6,8 @@
 
 #include "nc/programanalyzer.h"
 #include "programgenerator.h"
-#include "workspace/textfile.h"
-#include "workspace/textfilestream.h"
+#include "base/textfile.h"
+#include "base/textfilestream.h"
 
 #include <QBuffer>
 #include <gtest/gtest.h>

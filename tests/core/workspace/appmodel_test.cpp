@@ -1,7 +1,7 @@
 // Documents, files, folders, settings, ports and sending, as the window's commands drive them.
 #include "appmodelfixture.h"
 
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QSignalSpy>
 

@@ -1,6 +1,6 @@
 #include "workspace/backupstore.h"
 #include "workspace/editordocument.h"
-#include "workspace/textfile.h"
+#include "base/textfile.h"
 
 #include <QDir>
 #include <QFile>

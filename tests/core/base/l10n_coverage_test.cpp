@@ -2,7 +2,7 @@
 // Spanish text, and the table must be one a translator and lrelease agree on.
 // The key scan reads whatever is under src/ today, so it keeps working while the
 // rest of the program grows around it.
-#include "workspace/l10n.h"
+#include "base/l10n.h"
 
 #include <QDirIterator>
 #include <QFile>
