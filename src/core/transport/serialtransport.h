@@ -1,11 +1,21 @@
 #pragma once
 
-#include "transport/seriallinesettings.h"
+#include "base/seriallinesettings.h"
 #include "transport/transporterror.h"
 
 #include <QByteArray>
+#include <QList>
 
+#include <chrono>
 #include <optional>
+
+// Bytes that came from the machine, with the offsets (into `bytes`) of the
+// characters the line received with a parity or framing error. A transport that
+// cannot tell reports none; it never drops such a character.
+struct ReceivedBytes {
+    QByteArray bytes;
+    QList<qsizetype> errorOffsets;
+};
 
 // Moves a prepared program to a machine over one serial device. The calls block
 // the calling (transfer) thread; interrupt() may be called from any other thread
@@ -26,4 +36,13 @@ public:
     virtual void close() = 0;
     // Cancellation of the running transfer; sticky until the next open.
     virtual void interrupt() = 0;
+    // Appends what the machine sent within `timeout` (possibly nothing) to
+    // `into`. Returns `cancelled` once interrupted, and an error when the line
+    // is gone. A transport that only sends says so.
+    virtual std::optional<TransportError> read(ReceivedBytes &into, std::chrono::milliseconds timeout)
+    {
+        (void)into;
+        (void)timeout;
+        return TransportError::notConnected();
+    }
 };
