@@ -1347,5 +1347,33 @@
         <source>G-code editor and DNC sender for CNC machines.</source>
         <translation>Editor de código G y emisor DNC para máquinas CNC.</translation>
     </message>
+    <message>
+        <source>Line %@ holds “%@”, which %@ cannot hold. Nothing was saved; change that character and save again.</source>
+        <translation>La línea %@ contiene «%@», que %@ no puede representar. No se guardó nada; cambie ese carácter y vuelva a guardar.</translation>
+    </message>
+    <message>
+        <source>Choose an Encoding</source>
+        <translation>Elegir una codificación</translation>
+    </message>
+    <message>
+        <source>%@ is not UTF-8 text. Choose the code page it was written in; the lines below show how it reads them.</source>
+        <translation>%@ no es texto UTF-8. Elija la página de códigos en que se escribió; las líneas de abajo muestran cómo las lee.</translation>
+    </message>
+    <message>
+        <source>Encoding: %@</source>
+        <translation>Codificación: %@</translation>
+    </message>
+    <message>
+        <source>To read a program in an older code page, add --encoding NAME (%@).</source>
+        <translation>Para leer un programa en una página de códigos antigua, añada --encoding NOMBRE (%@).</translation>
+    </message>
+    <message>
+        <source>Unknown encoding &quot;%@&quot; (use %@).</source>
+        <translation>Codificación desconocida &quot;%@&quot; (use %@).</translation>
+    </message>
+    <message>
+        <source>varn-edit: no display to open a window on (DISPLAY and WAYLAND_DISPLAY are unset). Run VARN_SELFTEST=1 varn-edit for the self-test, or use the command-line tool varn (varn --help).</source>
+        <translation>varn-edit: no hay pantalla donde abrir una ventana (DISPLAY y WAYLAND_DISPLAY no están definidas). Ejecute VARN_SELFTEST=1 varn-edit para la autoprueba, o use la herramienta de línea de órdenes varn (varn --help).</translation>
+    </message>
 </context>
 </TS>

@@ -14,3 +14,27 @@ LaunchMode LaunchMode::fromEnvironment(const QProcessEnvironment &environment)
     }
     return mode;
 }
+
+bool LaunchMode::lacksDisplay(const QProcessEnvironment &environment, const QStringList &arguments)
+{
+    QString platform = environment.value(QStringLiteral("QT_QPA_PLATFORM"));
+    for (qsizetype i = 1; i + 1 < arguments.size(); ++i) {
+        if (arguments[i] == QLatin1String("-platform") || arguments[i] == QLatin1String("--platform")) {
+            platform = arguments[i + 1];
+        }
+    }
+    // "xcb:wayland" style lists and "offscreen:fontengine=..." options: the name comes first.
+    platform = platform.section(QLatin1Char(':'), 0, 0).section(QLatin1Char(';'), 0, 0).trimmed();
+    const bool hasX = !environment.value(QStringLiteral("DISPLAY")).isEmpty();
+    const bool hasWayland = !environment.value(QStringLiteral("WAYLAND_DISPLAY")).isEmpty();
+    if (platform.isEmpty()) {
+        return !hasX && !hasWayland;
+    }
+    if (platform == QLatin1String("xcb")) {
+        return !hasX;
+    }
+    if (platform.startsWith(QLatin1String("wayland"))) {
+        return !hasWayland;
+    }
+    return false;
+}

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QSettings>
 #include <QTextStream>
 
 #include <cstdio>
@@ -28,6 +29,30 @@ QList<QUrl> commandLineFiles(const QStringList &arguments)
     return files;
 }
 
+QStringList commandLineWords(int argc, char **argv)
+{
+    QStringList words;
+    for (int i = 0; i < argc; ++i) {
+        words.append(QString::fromLocal8Bit(argv[i]));
+    }
+    return words;
+}
+
+// In the language the window would have spoken; the settings are read the
+// way the model reads them, without an application object.
+void reportNoDisplay()
+{
+    const QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("VarnEdit"),
+                             QStringLiteral("VarnEdit"));
+    AppLanguage language = AppLanguage::english;
+    AppLanguages::fromRawValue(settings.value(QStringLiteral("varn.language")).toString(), &language);
+    const QString line = L10n::text("varn-edit: no display to open a window on (DISPLAY and WAYLAND_DISPLAY are "
+                                    "unset). Run VARN_SELFTEST=1 varn-edit for the self-test, or use the "
+                                    "command-line tool varn (varn --help).",
+                                    language);
+    std::fputs((line + QLatin1Char('\n')).toUtf8().constData(), stderr);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -40,6 +65,11 @@ int main(int argc, char **argv)
         return 0;
     }
 
+    if (launch.kind == LaunchMode::Kind::interactive &&
+        LaunchMode::lacksDisplay(QProcessEnvironment::systemEnvironment(), commandLineWords(argc, argv))) {
+        reportNoDisplay();
+        return 2;
+    }
     // A capture needs no screen: without a display it renders off-screen.
     if (launch.kind == LaunchMode::Kind::capture && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM") &&
         qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {

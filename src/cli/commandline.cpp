@@ -164,8 +164,12 @@ bool CommandContext::reportReadResult(int index, const TextFile::ReadResult &res
     case TextFile::ReadError::none:
         return true;
     case TextFile::ReadError::invalidUtf8:
+        // One line still: the refusal as it always read, then the way out.
         badInput(L10n::format("%@: not valid UTF-8 (byte %@).", language(),
-                              {name, QString::number(result.invalidByteOffset)}));
+                              {name, QString::number(result.invalidByteOffset)}) +
+                 QLatin1Char(' ') +
+                 L10n::format("To read a program in an older code page, add --encoding NAME (%@).", language(),
+                              {TextEncodings::nameList()}));
         return false;
     default:
         badInput(L10n::format("%@: cannot read the file (%@).", language(), {name, result.errorString}));
@@ -173,9 +177,40 @@ bool CommandContext::reportReadResult(int index, const TextFile::ReadResult &res
     }
 }
 
+std::optional<TextEncoding> CommandContext::programEncoding() const
+{
+    if (!m_invocation.has(encodingOption().name)) {
+        return TextEncoding::utf8;
+    }
+    const QString name = m_invocation.value(encodingOption().name);
+    const std::optional<TextEncoding> encoding = TextEncodings::fromName(name);
+    if (!encoding) {
+        badInput(L10n::format("Unknown encoding \"%@\" (use %@).", language(), {name, TextEncodings::nameList()}));
+    }
+    return encoding;
+}
+
+std::optional<QByteArray> CommandContext::encodeProgram(const QString &text) const
+{
+    const std::optional<TextEncoding> encoding = programEncoding();
+    if (!encoding) {
+        return std::nullopt;
+    }
+    if (*encoding == TextEncoding::utf8) {
+        return text.toUtf8();
+    }
+    TextEncodings::Encoded encoded = TextEncodings::encode(text, *encoding);
+    if (!encoded.ok()) {
+        badInput(TextFile::unencodableMessage(text, encoded.failedAt, *encoding, language()));
+        return std::nullopt;
+    }
+    return std::move(encoded.bytes);
+}
+
 std::optional<QString> CommandContext::readProgram(int index) const
 {
-    if (!checkReadable(index)) {
+    const std::optional<TextEncoding> encoding = programEncoding();
+    if (!encoding || !checkReadable(index)) {
         return std::nullopt;
     }
     TextFile::ReadResult result;
@@ -185,9 +220,9 @@ std::optional<QString> CommandContext::readProgram(int index) const
             badInput(L10n::format("Cannot read %@.", language(), {programName(index)}));
             return std::nullopt;
         }
-        result = TextFile::decode(in.readAll());
+        result = TextFile::decode(in.readAll(), *encoding);
     } else {
-        result = TextFile::read(programName(index));
+        result = TextFile::read(programName(index), *encoding);
     }
     if (!reportReadResult(index, result)) {
         return std::nullopt;
@@ -197,7 +232,8 @@ std::optional<QString> CommandContext::readProgram(int index) const
 
 bool CommandContext::readProgramBlocks(int index, const std::function<void(QStringView)> &sink) const
 {
-    if (!checkReadable(index)) {
+    const std::optional<TextEncoding> encoding = programEncoding();
+    if (!encoding || !checkReadable(index)) {
         return false;
     }
     QFile in;
@@ -211,6 +247,7 @@ bool CommandContext::readProgramBlocks(int index, const std::function<void(QStri
     } else {
         stream = std::make_unique<TextFileStream>(programName(index));
     }
+    stream->setEncoding(*encoding);
     while (const std::optional<QStringView> block = stream->next()) {
         sink(*block);
     }

@@ -53,6 +53,12 @@ struct CommandSpec {
     std::function<int(CommandContext &)> run;
 };
 
+// "--encoding NAME", taken by every command that reads a program.
+inline OptionSpec encodingOption()
+{
+    return {QStringLiteral("--encoding"), {}, true};
+}
+
 // Splits argv (without the program name and command) by the command's options.
 // "--name value", "--name=value" and short flags are accepted; "-" alone and
 // words that look like negative numbers are positionals; "--" ends the options.
@@ -72,8 +78,9 @@ public:
     QString tr(const char *key) const { return L10n::text(key, m_invocation.language); }
 
     // Reads FILE (the positional at `index`, absent or "-" meaning standard input)
-    // as UTF-8. On failure the reason, naming the file (and for bad UTF-8 the byte
-    // offset), is already on standard error and the result is empty.
+    // as UTF-8, or in the code page --encoding names. On failure the reason,
+    // naming the file (and for bad UTF-8 the byte offset and the option that
+    // reads other encodings), is already on standard error and the result is empty.
     std::optional<QString> readProgram(int index) const;
     // The same input a block of whole lines at a time, for commands that read
     // each line once: memory stays small whatever the size of the program.
@@ -82,6 +89,12 @@ public:
     // not be used.
     bool readProgramBlocks(int index, const std::function<void(QStringView)> &sink) const;
     QString programName(int index) const;
+    // The program's text as bytes in the encoding it was read in; none (the
+    // character and its line already on standard error) when that encoding
+    // cannot hold a character of `text`.
+    std::optional<QByteArray> encodeProgram(const QString &text) const;
+    // The encoding --encoding names, UTF-8 without it; none (reported) when unknown.
+    std::optional<TextEncoding> programEncoding() const;
     bool readsStandardInput(int index) const;
 
     static void writeOut(const QByteArray &bytes);

@@ -265,6 +265,7 @@ QList<CommandSpec> serialCommands()
          VARN_TR_KEY("List the stored machine profiles with their line settings."), {kJson}, 0, 0, &machines},
         {QStringLiteral("send"), QStringLiteral("varn send --machine ID|NAME --port PATH [FILE] [--lang en|es]"),
          VARN_TR_KEY("Send the program to a machine; Ctrl-C cancels."),
-         {{QStringLiteral("--machine"), {}, true}, {QStringLiteral("--port"), {}, true}}, 0, 1, &send},
+         {{QStringLiteral("--machine"), {}, true}, {QStringLiteral("--port"), {}, true}, encodingOption()}, 0, 1,
+         &send},
     };
 }

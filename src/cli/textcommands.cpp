@@ -23,12 +23,14 @@ const OptionSpec kInPlace{QStringLiteral("--in-place"), QStringLiteral("-i"), fa
 const OptionSpec kJson{QStringLiteral("--json"), {}, false};
 const OptionSpec kStart{QStringLiteral("--start"), {}, true};
 const OptionSpec kIncrement{QStringLiteral("--increment"), {}, true};
+const OptionSpec kEncoding = encodingOption();
 
 // A tool that may refuse its input: it reports why on standard error and gives nothing.
 using Transform = std::function<std::optional<QString>(const QString &)>;
 
 // Reads the program, transforms it and writes the result to standard output, or
-// back to FILE with --in-place (atomically: the old file stays whole on failure).
+// back to FILE with --in-place (atomically: the old file stays whole on failure),
+// in the encoding it was read in.
 int runTextTool(CommandContext &ctx, int fileIndex, const Transform &transform)
 {
     const bool inPlace = ctx.invocation().has(kInPlace.name);
@@ -45,14 +47,19 @@ int runTextTool(CommandContext &ctx, int fileIndex, const Transform &transform)
     }
     const QString &result = *transformed;
     if (!inPlace) {
-        CommandContext::writeOut(result.toUtf8());
+        const std::optional<QByteArray> bytes = ctx.encodeProgram(result);
+        if (!bytes) {
+            return ExitStatus::badInput;
+        }
+        CommandContext::writeOut(*bytes);
         return ExitStatus::ok;
     }
     if (result == *text) {
         return ExitStatus::ok;
     }
     const QString path = ctx.invocation().positionals[fileIndex];
-    const QString error = TextFile::writeAtomically(path, result);
+    // The encoding was checked when the program was read.
+    const QString error = TextFile::writeAtomically(path, result, ctx.programEncoding().value(), ctx.language());
     if (!error.isEmpty()) {
         CommandContext::writeErr(QStringLiteral("varn: ") + path + QStringLiteral(": ") + error);
         return ExitStatus::failed;
@@ -244,40 +251,40 @@ QList<CommandSpec> textCommands()
     return {
         {QStringLiteral("renumber"), QStringLiteral("varn renumber [--start N] [--increment N] [-i] [FILE]"),
          VARN_TR_KEY("Renumber every block (N words), 10, 20, 30… by default."),
-         {kStart, kIncrement, kInPlace}, 0, 1,
+         {kStart, kIncrement, kInPlace, kEncoding}, 0, 1,
          [](CommandContext &ctx) { return numbering(ctx, &NCTools::renumber); }},
         {QStringLiteral("number-missing"), QStringLiteral("varn number-missing [--start N] [--increment N] [-i] [FILE]"),
          VARN_TR_KEY("Number the blocks that have no N word; numbered blocks keep theirs."),
-         {kStart, kIncrement, kInPlace}, 0, 1,
+         {kStart, kIncrement, kInPlace, kEncoding}, 0, 1,
          [](CommandContext &ctx) { return numbering(ctx, &NCTools::addLineNumbers); }},
         {QStringLiteral("strip-numbers"), QStringLiteral("varn strip-numbers [-i] [FILE]"),
-         VARN_TR_KEY("Remove the N word at the start of every block."), {kInPlace}, 0, 1,
+         VARN_TR_KEY("Remove the N word at the start of every block."), {kInPlace, kEncoding}, 0, 1,
          [](CommandContext &ctx) { return runTextTool(ctx, 0, &NCTools::removeLineNumbers); }},
         {QStringLiteral("format-spacing"), QStringLiteral("varn format-spacing [-i] [FILE]"),
-         VARN_TR_KEY("Trim every block and collapse runs of blanks to one."), {kInPlace}, 0, 1,
+         VARN_TR_KEY("Trim every block and collapse runs of blanks to one."), {kInPlace, kEncoding}, 0, 1,
          [](CommandContext &ctx) { return runTextTool(ctx, 0, &NCTools::formatSpacing); }},
         {QStringLiteral("remove-coolant"), QStringLiteral("varn remove-coolant [-i] [FILE]"),
-         VARN_TR_KEY("Remove every coolant-on code (M8, M08)."), {kInPlace}, 0, 1,
+         VARN_TR_KEY("Remove every coolant-on code (M8, M08)."), {kInPlace, kEncoding}, 0, 1,
          [](CommandContext &ctx) { return runTextTool(ctx, 0, &NCTools::removeCoolant); }},
         {QStringLiteral("remove-m"), QStringLiteral("varn remove-m CODES [-i] [FILE]"),
-         VARN_TR_KEY("Remove the listed M codes, e.g. \"8, 9\"."), {kInPlace}, 1, 2,
+         VARN_TR_KEY("Remove the listed M codes, e.g. \"8, 9\"."), {kInPlace, kEncoding}, 1, 2,
          [](CommandContext &ctx) {
              const QList<qint64> codes = NCTools::parseMCodeList(ctx.invocation().positionals[0]);
              return runTextTool(ctx, 1, [&](const QString &text) { return NCTools::removeMCodes(text, codes); });
          }},
         {QStringLiteral("scale-feed"), QStringLiteral("varn scale-feed FACTOR [-i] [FILE]"),
-         VARN_TR_KEY("Multiply every F value by FACTOR, e.g. 0.9."), {kInPlace}, 1, 2,
+         VARN_TR_KEY("Multiply every F value by FACTOR, e.g. 0.9."), {kInPlace, kEncoding}, 1, 2,
          [](CommandContext &ctx) { return scaling(ctx, QLatin1Char('F'), &NCTools::scaleFeed); }},
         {QStringLiteral("scale-spindle"), QStringLiteral("varn scale-spindle FACTOR [-i] [FILE]"),
-         VARN_TR_KEY("Multiply every S value by FACTOR, e.g. 1.1."), {kInPlace}, 1, 2,
+         VARN_TR_KEY("Multiply every S value by FACTOR, e.g. 1.1."), {kInPlace, kEncoding}, 1, 2,
          [](CommandContext &ctx) { return scaling(ctx, QLatin1Char('S'), &NCTools::scaleSpindle); }},
         {QStringLiteral("ranges"), QStringLiteral("varn ranges [--json] [--axes XYZ] [FILE]"),
          VARN_TR_KEY("Report the smallest and largest value of each axis."),
-         {kJson, {QStringLiteral("--axes"), {}, true}}, 0, 1, &ranges},
+         {kJson, {QStringLiteral("--axes"), {}, true}, kEncoding}, 0, 1, &ranges},
         {QStringLiteral("analyze"), QStringLiteral("varn analyze [--json] [--lang en|es] [FILE]"),
-         VARN_TR_KEY("Analyse the program: summary, tools, comments and warnings."), {kJson}, 0, 1, &analyze},
+         VARN_TR_KEY("Analyse the program: summary, tools, comments and warnings."), {kJson, kEncoding}, 0, 1, &analyze},
         {QStringLiteral("payload"), QStringLiteral("varn payload --terminator CR|CRLF|LF [FILE]"),
          VARN_TR_KEY("Write the exact bytes the sender would put on the wire."),
-         {{QStringLiteral("--terminator"), {}, true}}, 0, 1, &payload},
+         {{QStringLiteral("--terminator"), {}, true}, kEncoding}, 0, 1, &payload},
     };
 }

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -38,6 +39,47 @@ TEST(LaunchMode, SelfTestWinsAndOnlyExactLightLightensACapture)
             EXPECT_EQ(mode.capturePath, QStringLiteral("/tmp/a.png"));
         }
     }
+}
+
+// Qt would abort without a display; the launcher says why and exits with 2.
+TEST(LaunchMode, WithoutADisplayAWindowRunSaysSoInOneLineAndExitsWithTwo)
+{
+    const struct {
+        QStringList environment;
+        QStringList arguments;
+        bool lacks;
+    } cases[] = {
+        {{}, {}, true},
+        {{"DISPLAY=:0"}, {}, false},
+        {{"WAYLAND_DISPLAY=wayland-0"}, {}, false},
+        {{"QT_QPA_PLATFORM=xcb", "WAYLAND_DISPLAY=wayland-0"}, {}, true},
+        {{"QT_QPA_PLATFORM=wayland-egl", "DISPLAY=:0"}, {}, true},
+        {{"QT_QPA_PLATFORM=offscreen"}, {}, false},
+        {{"QT_QPA_PLATFORM=minimal:enable_fonts"}, {}, false},
+        {{}, {"-platform", "offscreen"}, false},
+        {{"QT_QPA_PLATFORM=offscreen"}, {"-platform", "xcb"}, true},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE((c.environment + c.arguments).join(' ').toStdString());
+        QProcessEnvironment environment;
+        for (const QString &entry : c.environment) {
+            environment.insert(entry.section('=', 0, 0), entry.section('=', 1));
+        }
+        EXPECT_EQ(LaunchMode::lacksDisplay(environment, QStringList{"varn-edit"} + c.arguments), c.lacks);
+    }
+    QTemporaryDir home;
+    QProcess run;
+    QProcessEnvironment bare;
+    bare.insert("HOME", home.path());
+    bare.insert("XDG_CONFIG_HOME", home.path());
+    run.setProcessEnvironment(bare);
+    run.start(QStringLiteral(VARN_BINARY_DIR "/varn-edit"), {});
+    ASSERT_TRUE(run.waitForFinished(20000));
+    EXPECT_EQ(run.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(run.exitCode(), 2);
+    const QByteArray err = run.readAllStandardError();
+    EXPECT_EQ(err.count('\n'), 1) << err.constData();
+    EXPECT_TRUE(err.contains("VARN_SELFTEST=1 varn-edit") && err.contains("varn --help")) << err.constData();
 }
 
 TEST(SingleInstance, ASecondRunHandsItsFilesToTheFirstAndAStaleSocketIsTakenOver)

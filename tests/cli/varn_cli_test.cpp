@@ -63,7 +63,7 @@ TEST(Varn, CommandsGiveTheirBytesOrRefuseBadInputInOneLine)
             << run.err.constData();
         EXPECT_TRUE(run.err.contains(expected)) << run.err.constData();
     }
-    EXPECT_EQ(rows, 32);
+    EXPECT_EQ(rows, 34);
     EXPECT_EQ(home.read("latin1.nc"), latin1);
     const VarnRun inPlace = home.run({"renumber", "-i", home.write("p.nc", "G0 X0\nG1 X1\n")});
     EXPECT_EQ(inPlace.status, 0);
@@ -73,7 +73,12 @@ TEST(Varn, CommandsGiveTheirBytesOrRefuseBadInputInOneLine)
     const QByteArray program = ProgramGenerator::milling(6'000'000).toUtf8();
     const QString large = home.write("large.nc", program + "(caf\xC3\xA9 \xE9)\nM30\n");
     EXPECT_EQ(home.run({"analyze", large}).err,
-              "varn: " + large.toUtf8() + ": not valid UTF-8 (byte " + QByteArray::number(program.size() + 7) + ").\n");
+              "varn: " + large.toUtf8() + ": not valid UTF-8 (byte " + QByteArray::number(program.size() + 7) +
+                  "). To read a program in an older code page, add --encoding NAME (utf-8, windows-1252, iso-8859-1, "
+                  "cp850, cp437, windows-1251, koi8-r).\n");
+    const VarnRun asLatin1 = home.run({"analyze", "--json", "--encoding", "latin1", large});
+    EXPECT_EQ(asLatin1.status, 0) << asLatin1.err.constData();
+    EXPECT_TRUE(asLatin1.out.contains(QStringLiteral("\"text\":\"cafÃ© é\"").toUtf8()));
 }
 
 TEST(Varn, HelpIsAvailableForEveryCommand)

@@ -71,9 +71,14 @@ qint64 TextFile::firstInvalidUtf8Offset(QByteArrayView bytes)
     return -1;
 }
 
-TextFile::ReadResult TextFile::decode(const QByteArray &bytes)
+TextFile::ReadResult TextFile::decode(const QByteArray &bytes, TextEncoding encoding)
 {
     ReadResult result;
+    result.encoding = encoding;
+    if (encoding != TextEncoding::utf8) {
+        result.text = TextEncodings::decode(bytes, encoding);
+        return result;
+    }
     QByteArrayView body(bytes);
     if (body.startsWith(QByteArrayView(kByteOrderMark, 3))) {
         result.hadByteOrderMark = true;
@@ -99,9 +104,10 @@ TextFile::ReadResult TextFile::decode(const QByteArray &bytes)
     return result;
 }
 
-TextFile::ReadResult TextFile::read(const QString &path)
+TextFile::ReadResult TextFile::read(const QString &path, TextEncoding encoding)
 {
     ReadResult result;
+    result.encoding = encoding;
     QFile file(path);
     if (QFileInfo(path).isDir()) {
         // QFile opens a folder on Linux and then reads nothing; say what it is.
@@ -120,7 +126,7 @@ TextFile::ReadResult TextFile::read(const QString &path)
         result.errorString = file.errorString();
         return result;
     }
-    return decode(bytes);
+    return decode(bytes, encoding);
 }
 
 namespace {
@@ -206,4 +212,41 @@ QString TextFile::writeBytesAtomically(const QString &path, const QByteArray &by
         return file.errorString();
     }
     return {};
+}
+
+QString TextFile::writeAtomically(const QString &path, const QString &text, TextEncoding encoding,
+                                  AppLanguage language)
+{
+    if (encoding == TextEncoding::utf8) {
+        return writeAtomically(path, text);
+    }
+    const TextEncodings::Encoded encoded = TextEncodings::encode(text, encoding);
+    if (!encoded.ok()) {
+        return unencodableMessage(text, encoded.failedAt, encoding, language);
+    }
+    return writeBytesAtomically(path, encoded.bytes);
+}
+
+qint64 TextFile::lineOf(QStringView text, qsizetype index)
+{
+    qint64 line = 1;
+    for (qsizetype i = 0; i < index && i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\n') ||
+            (text[i] == QLatin1Char('\r') && !(i + 1 < text.size() && text[i + 1] == QLatin1Char('\n')))) {
+            ++line;
+        }
+    }
+    return line;
+}
+
+QString TextFile::unencodableMessage(QStringView text, qsizetype index, TextEncoding encoding, AppLanguage language)
+{
+    // A character outside the basic plane is two units; show it whole.
+    const qsizetype length =
+        index + 1 < text.size() && text[index].isHighSurrogate() && text[index + 1].isLowSurrogate() ? 2 : 1;
+    return L10n::format("Line %@ holds \u201C%@\u201D, which %@ cannot hold. Nothing was saved; change that "
+                        "character and save again.",
+                        language,
+                        {QString::number(lineOf(text, index)), text.mid(index, length).toString(),
+                         TextEncodings::name(encoding)});
 }

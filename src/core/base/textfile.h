@@ -1,10 +1,14 @@
 #pragma once
 
+#include "l10n.h"
+#include "textencoding.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
 
-// Reading and writing program files as UTF-8, shared by the desktop program and
+// Reading and writing program files as UTF-8 (or, when the user names one, an
+// 8-bit code page: see TextEncodings), shared by the desktop program and
 // `varn` so both refuse the same files and report the same byte offset.
 //
 // Reading is all or nothing: a file that is not valid UTF-8 gives no text at
@@ -36,13 +40,17 @@ public:
         qint64 invalidByteOffset = -1;
         QString errorString;
         bool hadByteOrderMark = false;
+        TextEncoding encoding = TextEncoding::utf8; // what the text was read as
+
 
         bool ok() const { return error == ReadError::none; }
     };
 
-    static ReadResult read(const QString &path);
+    // In a code page every byte is a character, so only UTF-8 can be refused;
+    // a code page reads the bytes as they are, a byte order mark included.
+    static ReadResult read(const QString &path, TextEncoding encoding = TextEncoding::utf8);
     // The decoding half of `read`, for bytes that did not come from a file.
-    static ReadResult decode(const QByteArray &bytes);
+    static ReadResult decode(const QByteArray &bytes, TextEncoding encoding = TextEncoding::utf8);
     // Offset of the first byte that does not start or continue a well-formed
     // UTF-8 sequence (overlong forms, surrogates, values past U+10FFFF and
     // sequences cut short by the end count as bad); -1 when all is well-formed.
@@ -59,6 +67,16 @@ public:
     static qsizetype utf16Length(QByteArrayView validUtf8);
 
     static QString writeAtomically(const QString &path, const QString &text);
+    // The same in `encoding`. A code page writes every character it can hold
+    // as its byte, so unchanged text gives the bytes it was read from; on a
+    // character it cannot hold nothing is written and the text says which
+    // character and on which line, in `language`.
+    static QString writeAtomically(const QString &path, const QString &text, TextEncoding encoding,
+                                   AppLanguage language);
+    // The user's text for a character at `index` of `text` that `encoding` cannot hold.
+    static QString unencodableMessage(QStringView text, qsizetype index, TextEncoding encoding, AppLanguage language);
+    // The 1-based line of the character at `index`; "\n", "\r\n" and a lone "\r" end lines.
+    static qint64 lineOf(QStringView text, qsizetype index);
     // The same for bytes that are already encoded.
     static QString writeBytesAtomically(const QString &path, const QByteArray &bytes);
 };

@@ -99,6 +99,9 @@ std::optional<TextFileStream::Span> TextFileStream::nextSpan()
     Span span{0, cut, !m_started};
     if (span.first) {
         m_started = true;
+        if (m_status.encoding != TextEncoding::utf8) {
+            return span;
+        }
         if (QByteArrayView(m_bytes.constData(), cut).startsWith(QByteArrayView(kByteOrderMark, 3))) {
             m_status.hadByteOrderMark = true;
             span.begin = 3;
@@ -130,6 +133,11 @@ std::optional<QStringView> TextFileStream::next()
         return std::nullopt;
     }
     const QByteArrayView block(m_bytes.constData() + span->begin, span->end - span->begin);
+    if (m_status.encoding != TextEncoding::utf8) {
+        m_text = TextEncodings::decode(block, m_status.encoding);
+        consume(span->end);
+        return QStringView(m_text);
+    }
     // Stateless: the block ends after a line break or at the end of the file,
     // so a sequence cut short is an error here exactly as it is in TextFile::read.
     // The file's byte order mark is already skipped; any U+FEFF the decoder
@@ -154,6 +162,11 @@ std::optional<QByteArray> TextFileStream::nextBytes()
         return std::nullopt;
     }
     const QByteArrayView block(m_bytes.constData() + span->begin, span->end - span->begin);
+    if (m_status.encoding != TextEncoding::utf8) {
+        QByteArray utf8 = TextEncodings::decodeToUtf8(block, m_status.encoding);
+        consume(span->end);
+        return utf8;
+    }
     // The block ends after a line break or at the end of the file, so a
     // sequence cut short counts as bad, as it does in TextFile::read.
     if (TextFile::firstInvalidUtf8Offset(block) >= 0) {

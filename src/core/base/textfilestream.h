@@ -37,15 +37,19 @@ public:
     explicit TextFileStream(QIODevice *device, qsizetype blockSize = kDefaultBlockSize);
     ~TextFileStream();
 
+    // Reads the file in `encoding` instead of UTF-8; before the first block.
+    // A code page refuses nothing and leaves a byte order mark in the text.
+    void setEncoding(TextEncoding encoding) { m_status.encoding = encoding; }
+
     TextFileStream(const TextFileStream &) = delete;
     TextFileStream &operator=(const TextFileStream &) = delete;
 
     // The next block of whole lines, valid until the next call; absent at the
     // end of the file or on an error (see `status()`).
     std::optional<QStringView> next();
-    // The same block as bytes, checked to be valid UTF-8 but not decoded: for
-    // keeping a program as UTF-8 (half the size of its UTF-16). Use either
-    // this or `next` on one stream.
+    // The same block as bytes, checked to be valid UTF-8 but not decoded (or
+    // converted from the code page to UTF-8): for keeping a program as UTF-8
+    // (half the size of its UTF-16). Use either this or `next` on one stream.
     std::optional<QByteArray> nextBytes();
 
     // The outcome so far: the error, the offset of a bad byte, the system's

@@ -251,12 +251,24 @@ void AppModel::finishLoad(const QUuid &id, LoadResult result)
         return; // closed while it was loading
     }
     if (result.ok) {
+        doc->setEncoding(result.encoding);
         if (result.cost > fileCacheLimit) {
             doc->finishLoading(std::move(result.blocks)); // too large to cache
         } else {
             doc->finishLoading(result.text);
-            storeFileEntry(doc->url(), {result.text, result.cost});
+            // The cache stands in for UTF-8 files only: a code page is the
+            // user's answer for this opening, not a property of the text.
+            if (result.encoding == TextEncoding::utf8) {
+                storeFileEntry(doc->url(), {result.text, result.cost});
+            }
         }
+        return;
+    }
+    if (result.notUtf8 && reloadInChosenEncoding(doc, *result.notUtf8)) {
+        return;
+    }
+    doc = document(id); // the question may have let the user close it
+    if (!doc) {
         return;
     }
     // No half-read document stays behind: the tab goes and the user is told.
@@ -360,7 +372,7 @@ bool AppModel::write(EditorDocument *doc, const QUrl &url)
     if (!doc) {
         return false;
     }
-    const QString error = doc->saveTo(url);
+    const QString error = doc->saveTo(url, m_language);
     if (!error.isEmpty()) {
         setAlert(L10n::text("Unable to Save", m_language), error);
         return false;

@@ -6,6 +6,7 @@
 #include "transport/serialport.h"
 #include "workspace/appalert.h"
 #include "base/appearancemode.h"
+#include "base/encodingguess.h"
 #include "workspace/backupstore.h"
 #include "workspace/editordocument.h"
 #include "workspace/filenode.h"
@@ -234,6 +235,9 @@ private:
         QString text;
         QList<QByteArray> blocks;
         qint64 cost = 0;
+        TextEncoding encoding = TextEncoding::utf8;
+        // Read as UTF-8 and found not to be: its lines with non-ASCII bytes.
+        std::optional<EncodingSample> notUtf8;
     };
     struct PrefetchItem {
         qint64 generation = 0;
@@ -244,8 +248,11 @@ private:
 
     void adopt(EditorDocument *document, qsizetype index);
     void removeDocument(EditorDocument *document);
-    void loadFileInBackground(EditorDocument *document);
+    void loadFileInBackground(EditorDocument *document, TextEncoding encoding = TextEncoding::utf8);
     void finishLoad(const QUuid &id, LoadResult result);
+    // Asks which code page to read a file in that is not UTF-8 and reads it
+    // again in the one chosen; false when the user declined or cannot be asked.
+    bool reloadInChosenEncoding(EditorDocument *document, const EncodingSample &sample);
     void documentTextChanged(EditorDocument *document);
     void ensureOneDocument();
 

@@ -86,7 +86,7 @@ QList<PrefetchCandidate> collectPrefetchCandidates(const QStringList &roots, con
 
 // --- File loads ----------------------------------------------------------------
 
-void AppModel::loadFileInBackground(EditorDocument *doc)
+void AppModel::loadFileInBackground(EditorDocument *doc, TextEncoding encoding)
 {
     const QUuid id = doc->id();
     const QString path = doc->url().toLocalFile();
@@ -100,11 +100,13 @@ void AppModel::loadFileInBackground(EditorDocument *doc)
         finishLoad(id, future.takeResult());
     });
     m_fileLoadTasks.insert(id, watcher);
-    watcher->setFuture(QtConcurrent::run([path] {
+    watcher->setFuture(QtConcurrent::run([path, encoding] {
         // Read in blocks of whole lines and kept as UTF-8: the file's bytes and
         // a decoded copy of the whole program never exist side by side.
         TextFileStream stream(path);
+        stream.setEncoding(encoding);
         LoadResult result;
+        result.encoding = encoding;
         while (std::optional<QByteArray> block = stream.nextBytes()) {
             result.cost += block->size();
             result.blocks.append(std::move(*block));
@@ -112,6 +114,9 @@ void AppModel::loadFileInBackground(EditorDocument *doc)
         result.ok = stream.status().ok();
         if (!result.ok) {
             result.blocks.clear();
+            if (stream.status().error == TextFile::ReadError::invalidUtf8) {
+                result.notUtf8 = EncodingSample::fromFile(path);
+            }
         } else if (result.cost <= fileCacheLimit) {
             // Small enough for the file text cache, which keeps text.
             result.text.reserve(result.cost);

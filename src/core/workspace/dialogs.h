@@ -1,10 +1,25 @@
 #pragma once
 
+#include "base/encodingguess.h"
+
 #include <QList>
 #include <QString>
 #include <QUrl>
 
 #include <optional>
+
+// Which code page to read a file in that is not UTF-8. The texts come in
+// translated; `encodings` holds the candidates likeliest first (the first is
+// the proposed answer), and `sample` the file's lines with non-ASCII bytes, so
+// the dialog can show them as each candidate reads them while the user chooses.
+struct EncodingQuestion {
+    QString title;
+    QString message;
+    QString applyLabel;
+    QString cancelLabel;
+    QList<TextEncoding> encodings;
+    EncodingSample sample;
+};
 
 // Everything the model asks of the user goes through here, so the commands run
 // the same under the window (Qt dialogs) and under tests (a scripted fake).
@@ -26,6 +41,8 @@ public:
     // `applyLabel` and `cancelLabel`. The text as entered, or none on cancel.
     virtual std::optional<QString> prompt(const QString &title, const QString &message, const QString &defaultText,
                                           const QString &applyLabel, const QString &cancelLabel) = 0;
+    // The encoding chosen, or none on cancel.
+    virtual std::optional<TextEncoding> chooseEncoding(const EncodingQuestion &question) = 0;
     // Shows `url` in the desktop's file manager.
     virtual void reveal(const QUrl &url) = 0;
     virtual void beep() = 0;

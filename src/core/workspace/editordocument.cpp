@@ -322,10 +322,19 @@ bool EditorDocument::isDirty() const
     return m_dirty;
 }
 
-QString EditorDocument::saveTo(const QUrl &target)
+void EditorDocument::setEncoding(TextEncoding encoding)
+{
+    if (encoding == m_encoding) {
+        return;
+    }
+    m_encoding = encoding;
+    emit encodingChanged(m_encoding);
+}
+
+QString EditorDocument::saveTo(const QUrl &target, AppLanguage language)
 {
     const QString written = text();
-    const QString error = TextFile::writeAtomically(target.toLocalFile(), written);
+    const QString error = TextFile::writeAtomically(target.toLocalFile(), written, m_encoding, language);
     if (!error.isEmpty()) {
         return error;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/l10n.h"
+#include "base/textencoding.h"
 
 #include <QByteArray>
 #include <QList>
@@ -165,10 +166,17 @@ public:
 
     bool isDirty() const;
 
-    // Writes the text to `target` atomically. On success `url` becomes the
-    // target and `savedText` the text written; on failure nothing changes and
-    // the system's error text is returned. Empty on success.
-    QString saveTo(const QUrl &target);
+    // What the file was read in and is written back in; UTF-8 unless the user
+    // chose a code page when opening it.
+    TextEncoding encoding() const { return m_encoding; }
+    void setEncoding(TextEncoding encoding);
+
+    // Writes the text to `target` atomically, in the document's encoding. On
+    // success `url` becomes the target and `savedText` the text written; on
+    // failure nothing changes and the system's error text (or, for a character
+    // the encoding cannot hold, which one and on which line, in `language`) is
+    // returned. Empty on success.
+    QString saveTo(const QUrl &target, AppLanguage language = AppLanguage::english);
 
     // Hands the text over to `storage`: its old contents are replaced by the
     // document's text. Revision and dirty state are unchanged.
@@ -186,6 +194,7 @@ signals:
     void textChanged(qint64 revision);
     void savedTextChanged();
     void loadingChanged(bool loading);
+    void encodingChanged(TextEncoding encoding);
 
 private:
     void textDidChange();
@@ -198,6 +207,7 @@ private:
     bool m_attached = false;
     qint64 m_revision = 0;
     bool m_loading = false;
+    TextEncoding m_encoding = TextEncoding::utf8;
 
     // The saved text, as a window over the text (see the class comment).
     // Closed: the two are equal. Open: they share the first m_windowStart and

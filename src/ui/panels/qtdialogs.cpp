@@ -1,5 +1,7 @@
 #include "qtdialogs.h"
 
+#include "encodingdialog.h"
+
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QDesktopServices>
@@ -63,6 +65,15 @@ std::optional<QString> QtDialogs::prompt(const QString &title, const QString &me
         return std::nullopt;
     }
     return dialog.textValue();
+}
+
+std::optional<TextEncoding> QtDialogs::chooseEncoding(const EncodingQuestion &question)
+{
+    EncodingDialog dialog(question, m_parent);
+    if (dialog.exec() != QDialog::Accepted) {
+        return std::nullopt;
+    }
+    return dialog.chosen();
 }
 
 void QtDialogs::reveal(const QUrl &url)

@@ -6,7 +6,8 @@
 #include <QWidget>
 
 // The model's questions as the desktop asks them: Qt's file dialogs, a text
-// prompt with the model's own button labels, the file manager for "reveal"
+// prompt with the model's own button labels, the encoding chooser with its
+// preview, the file manager for "reveal"
 // and the system beep. Every dialog is modal to `parent`.
 class QtDialogs : public Dialogs {
 public:
@@ -19,6 +20,7 @@ public:
     std::optional<QUrl> chooseSaveLocation(const QString &fileName, const QUrl &startFolder) override;
     std::optional<QString> prompt(const QString &title, const QString &message, const QString &defaultText,
                                   const QString &applyLabel, const QString &cancelLabel) override;
+    std::optional<TextEncoding> chooseEncoding(const EncodingQuestion &question) override;
     void reveal(const QUrl &url) override;
     void beep() override;
 

@@ -59,7 +59,8 @@ EditorPane::EditorPane(AppModel &model, EditorController &controller, QWidget *p
       m_editor(new GCodeEditor(this)),
       m_empty(new DropArea(model, this)),
       m_emptyTitle(new QLabel(m_empty)),
-      m_emptyMessage(new QLabel(m_empty))
+      m_emptyMessage(new QLabel(m_empty)),
+      m_encodingStatus(new QLabel(this))
 {
     m_tabs->setObjectName(QStringLiteral("documentTabs"));
     m_tabs->setDocumentMode(true);
@@ -105,6 +106,11 @@ EditorPane::EditorPane(AppModel &model, EditorController &controller, QWidget *p
     column->setSpacing(0);
     column->addLayout(tabRow);
     column->addWidget(m_stack, 1);
+    m_encodingStatus->setObjectName(QStringLiteral("encodingStatus"));
+    m_encodingStatus->setContentsMargins(8, 2, 8, 2);
+    m_encodingStatus->setForegroundRole(QPalette::PlaceholderText);
+    m_encodingStatus->hide();
+    column->addWidget(m_encodingStatus);
 
     controller.setEditor(m_editor);
     m_editor->setFontSize(m_model.editorFontSize());
@@ -190,6 +196,10 @@ void EditorPane::syncTabs()
             connect(document, &EditorDocument::urlChanged, this, refresh);
             connect(document, &EditorDocument::textChanged, this, refresh);
             connect(document, &EditorDocument::savedTextChanged, this, refresh);
+            connect(document, &EditorDocument::encodingChanged, this, [this, document] {
+                updateTab(document);
+                updateEncodingStatus();
+            });
         }
         updateTab(document);
     }
@@ -207,6 +217,18 @@ void EditorPane::syncSelection()
     m_editor->setDocument(selected);
     m_stack->setCurrentWidget(selected ? static_cast<QWidget *>(m_editor) : m_empty);
     m_tabs->setVisible(!m_model.documents().isEmpty());
+    updateEncodingStatus();
+}
+
+void EditorPane::updateEncodingStatus()
+{
+    const EditorDocument *selected = m_model.selectedDocument();
+    const bool legacy = selected && selected->encoding() != TextEncoding::utf8;
+    if (legacy) {
+        m_encodingStatus->setText(
+            L10n::format("Encoding: %@", m_model.language(), {TextEncodings::name(selected->encoding())}));
+    }
+    m_encodingStatus->setVisible(legacy);
 }
 
 void EditorPane::updateTab(EditorDocument *document)
@@ -217,8 +239,11 @@ void EditorPane::updateTab(EditorDocument *document)
     }
     const AppLanguage language = m_model.language();
     m_tabs->setTabText(index, tabText(*document, !document->isLoading() && document->isDirty(), language));
-    m_tabs->setTabToolTip(index, document->isUntitled() ? document->displayName(language)
-                                                        : document->url().toLocalFile());
+    QString tip = document->isUntitled() ? document->displayName(language) : document->url().toLocalFile();
+    if (document->encoding() != TextEncoding::utf8) {
+        tip += QLatin1Char('\n') + L10n::format("Encoding: %@", language, {TextEncodings::name(document->encoding())});
+    }
+    m_tabs->setTabToolTip(index, tip);
 }
 
 void EditorPane::retranslate()
@@ -231,6 +256,7 @@ void EditorPane::retranslate()
     for (EditorDocument *document : m_model.documents()) {
         updateTab(document);
     }
+    updateEncodingStatus();
     for (int i = 0; i < m_tabs->count(); ++i) {
         if (QWidget *close = m_tabs->tabButton(i, QTabBar::RightSide)) {
             close->setToolTip(L10n::text("Close Tab", language));

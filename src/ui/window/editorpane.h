@@ -24,7 +24,9 @@ class QToolButton;
 // open, an invitation to create, open or drop a program.
 //
 // A tab reads the program's file name (or "Untitled"), a dot while it has
-// unsaved changes and "Loading…" while its file is still being read. Closing a
+// unsaved changes and "Loading…" while its file is still being read. A
+// program read in a code page names it in its tab's tooltip and in a status
+// line under the editor, shown only then (UTF-8 programs keep the pane as it was). Closing a
 // tab with unsaved work asks first; the model itself closes without asking.
 // Choosing "Save" closes the tab only once the save has gone through, so a
 // cancelled save panel or a failed write keeps the work on screen.
@@ -40,6 +42,7 @@ public:
     GCodeEditor *editor() const { return m_editor; }
     QTabBar *tabBar() const { return m_tabs; }
     QToolButton *newButton() const { return m_new; }
+    QLabel *encodingStatus() const { return m_encodingStatus; }
     bool isShowingEmptyState() const;
 
     // Asks before closing `document` when it is dirty, then closes it or not.
@@ -57,6 +60,7 @@ private:
     void retranslate();
     int indexOf(const EditorDocument *document) const;
     CloseAnswer askAboutUnsavedWork(EditorDocument *document);
+    void updateEncodingStatus();
 
     AppModel &m_model;
     QTabBar *m_tabs;
@@ -66,6 +70,7 @@ private:
     QWidget *m_empty;
     QLabel *m_emptyTitle;
     QLabel *m_emptyMessage;
+    QLabel *m_encodingStatus;
     CloseQuestion m_question;
     QSet<QUuid> m_watched; // documents whose changes update their tab
     bool m_syncing = false;

@@ -3,7 +3,8 @@
 // Plays the user for the model's commands: answers come from queues the test
 // fills (an empty queue answers "cancel"), and every question is recorded
 // with its exact texts, one line each: "files|message|/start", "folders|message",
-// "save|name|/start", "prompt|title|message|default|apply|cancel", "reveal|/path".
+// "save|name|/start", "prompt|title|message|default|apply|cancel", "reveal|/path",
+// "encoding|title|message|CP850,Windows-1252,…". The last encoding question is kept whole.
 #include "workspace/dialogs.h"
 
 #include <QList>
@@ -14,6 +15,8 @@ public:
     QList<QList<QUrl>> fileAnswers, folderAnswers;
     QList<std::optional<QUrl>> saveAnswers;
     QList<std::optional<QString>> promptAnswers;
+    QList<std::optional<TextEncoding>> encodingAnswers;
+    EncodingQuestion lastEncodingQuestion;
     QStringList asked;
     int beeps = 0;
 
@@ -37,6 +40,16 @@ public:
     {
         asked << QStringList{"prompt", title, message, defaultText, applyLabel, cancelLabel}.join('|');
         return promptAnswers.isEmpty() ? std::nullopt : promptAnswers.takeFirst();
+    }
+    std::optional<TextEncoding> chooseEncoding(const EncodingQuestion &question) override
+    {
+        QStringList names;
+        for (const TextEncoding encoding : question.encodings) {
+            names << TextEncodings::name(encoding);
+        }
+        asked << QStringList{"encoding", question.title, question.message, names.join(',')}.join('|');
+        lastEncodingQuestion = question;
+        return encodingAnswers.isEmpty() ? std::nullopt : encodingAnswers.takeFirst();
     }
     void reveal(const QUrl &url) override { asked << "reveal|" + url.toLocalFile(); }
     void beep() override { ++beeps; }
