@@ -140,7 +140,6 @@ void GCodeReceiver::receive(const Machine &machine, SerialTransport &transport, 
         return std::chrono::duration_cast<std::chrono::milliseconds>(to - from);
     };
 
-    sink({Kind::waiting, 0, 0, 0, {}, {}});
     try {
         if (const auto error = transport.open(lineSettings(machine))) {
             return end(*error);
@@ -148,6 +147,8 @@ void GCodeReceiver::receive(const Machine &machine, SerialTransport &transport, 
         if (stop.stop_requested()) {
             return end(TransportError::cancelled());
         }
+        // Only now is the machine heard: what it sent before the open is gone.
+        sink({Kind::waiting, 0, 0, 0, {}, {}});
 
         ReceivedBytes rx;
         ProgramFramer framer;

@@ -58,7 +58,8 @@ private:
 // Receives programs from a machine over a SerialTransport, reporting what
 // happens as events. Holds no state between calls.
 //
-// Failure contract: nothing throws; a receive reports waiting first and ends
+// Failure contract: nothing throws; a receive reports waiting once the port
+// is open and ends
 // with exactly one finished, failed or cancelled event, after the transport
 // was closed. No byte is ever dropped: what arrives after a program's end is
 // the start of the next one (auto-receive) or, for a single program, is

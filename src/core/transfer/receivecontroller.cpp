@@ -7,6 +7,8 @@ QString ReceiveState::label(Status status, AppLanguage language)
     switch (status) {
     case Status::idle:
         return L10n::text("Ready", language);
+    case Status::connecting:
+        return L10n::text("Connecting…", language);
     case Status::waiting:
         return L10n::text("Waiting for the machine…", language);
     case Status::receiving:
@@ -55,10 +57,10 @@ void ReceiveController::receive(const Request &request)
     const quint64 generation = ++m_generation;
     m_folder = request.autoReceiveFolder;
     ReceiveState next;
-    next.status = ReceiveState::Status::waiting;
+    next.status = ReceiveState::Status::connecting;
     next.machineName = request.machine.name;
     next.endpointName = TransferController::endpointName(request.devicePath);
-    next.message = ReceiveState::label(next.status, m_language);
+    next.message = L10n::format("Opening %@…", m_language, {next.endpointName});
     setState(next);
 
     std::unique_ptr<SerialTransport> transport = m_factory(request.devicePath);

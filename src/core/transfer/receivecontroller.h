@@ -16,7 +16,7 @@
 
 // What the receive window shows of the current (or last) receive.
 struct ReceiveState {
-    enum class Status { idle, waiting, receiving, received, error, cancelled };
+    enum class Status { idle, connecting, waiting, receiving, received, error, cancelled };
 
     Status status = Status::idle;
     QString machineName;
@@ -31,8 +31,11 @@ struct ReceiveState {
     bool operator==(const ReceiveState &) const = default;
 
     static QString label(Status status, AppLanguage language);
-    // waiting and receiving: the port is open.
-    bool isActive() const { return status == Status::waiting || status == Status::receiving; }
+    // connecting, waiting and receiving: a receive is running.
+    bool isActive() const
+    {
+        return status == Status::connecting || status == Status::waiting || status == Status::receiving;
+    }
     // "12 KB, 2 errors, 0:41" in the language.
     QString summary(AppLanguage language) const;
 };
