@@ -107,7 +107,9 @@ int receive(CommandContext &ctx)
             controller.cancel();
         });
         QObject::connect(&controller, &ReceiveController::programReceived, &controller,
-                         [&](std::shared_ptr<const ReceivedProgram> received) { program = std::move(received); });
+                         [&](std::shared_ptr<const ReceivedProgram> received, const QString &) {
+                             program = std::move(received);
+                         });
         QObject::connect(&controller, &ReceiveController::stateChanged, &controller,
                          [&](const ReceiveState &state) {
                              progress.update(state);

@@ -121,14 +121,16 @@ void ReceiveController::apply(quint64 generation, const GCodeReceiver::Event &ev
         next.message = ReceiveState::label(Status::receiving, m_language);
         break;
     case Kind::program: {
+        QString savedPath;
         next.bytes = event.bytes;
         next.errors = event.errors;
         next.elapsedMs = event.elapsedMs;
         if (!m_folder.isEmpty()) {
             QString problem;
             const QString path = event.program->saveInto(m_folder, m_language, &problem);
+            savedPath = path;
             if (path.isEmpty()) {
-                // Keep listening: the program is still offered to the window.
+                // Keep listening: the program still goes to the window with the signal.
                 next.message = L10n::format("Could not save the received program: %@", m_language, {problem});
             } else {
                 ++next.programsSaved;
@@ -140,7 +142,7 @@ void ReceiveController::apply(quint64 generation, const GCodeReceiver::Event &ev
             next.message = ReceiveState::label(Status::received, m_language);
         }
         setState(next);
-        emit programReceived(event.program);
+        emit programReceived(event.program, savedPath);
         return;
     }
     case Kind::failed:

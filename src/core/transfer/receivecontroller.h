@@ -76,8 +76,9 @@ public:
 
 signals:
     void stateChanged(const ReceiveState &state);
-    // Every program as it completes (also in auto-receive, after it was saved).
-    void programReceived(std::shared_ptr<const ReceivedProgram> program);
+    // Every program as it completes; in auto-receive `savedPath` is where it
+    // was written, and empty when writing failed (the program is then only here).
+    void programReceived(std::shared_ptr<const ReceivedProgram> program, const QString &savedPath);
 
 private:
     void apply(quint64 generation, const GCodeReceiver::Event &event);

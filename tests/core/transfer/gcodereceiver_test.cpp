@@ -194,7 +194,7 @@ TEST(ReceiveController, AutoReceiveSavesEveryProgramWithoutOverwriting)
     controller.setOptions(quick());
     QList<std::shared_ptr<const ReceivedProgram>> programs;
     QObject::connect(&controller, &ReceiveController::programReceived,
-                     [&](std::shared_ptr<const ReceivedProgram> p) { programs.append(p); });
+                     [&](std::shared_ptr<const ReceivedProgram> p, const QString &) { programs.append(p); });
     controller.receive({profile(), pty.slavePath(), 400ms, folder.path()});
     ASSERT_TRUE(QTest::qWaitFor([&] { return controller.state().status == ReceiveState::Status::waiting; }, 3000));
     // Two programs in one burst.
