@@ -40,7 +40,7 @@ TEST(VarnReceive, ProgramGoesToTheFileWithTheRawBytesBesideIt)
     QProcess process;
     home.start(process, {"receive", "--machine", "lathe-2", "--port", pty.slavePath(), "-o", home.path("got.nc")});
     ASSERT_TRUE(waitUntilListening(process));
-    const QByteArray sent("\x12%\r\nO4321\r\nG0X10.\r\nM30\r\n%\x14", 31);
+    const QByteArray sent("\x12%\r\nO4321\r\nG0X10.\r\nM30\r\n%\x14");
     ASSERT_EQ(::write(pty.masterFd(), sent.constData(), size_t(sent.size())), sent.size());
     ASSERT_TRUE(process.waitForFinished(10000));
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().constData();
