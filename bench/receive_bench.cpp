@@ -50,8 +50,10 @@ void playMachine(int master, const QByteArray &bytes)
         if (n > 0) {
             offset += n;
         } else {
+            // A pty master is not always woken when the slave's queue drains;
+            // a short poll keeps the machine from idling on a missed wake-up.
             pollfd p{master, POLLOUT, 0};
-            ::poll(&p, 1, 100);
+            ::poll(&p, 1, 1);
         }
     }
 }
