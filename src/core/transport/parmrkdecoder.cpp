@@ -4,8 +4,9 @@
 
 void ParmrkDecoder::decode(const char *data, qsizetype size, ReceivedBytes &into)
 {
+    // No reserve here: growing by exactly each chunk would defeat the
+    // buffer's geometric growth and copy a long program over and over.
     QByteArray &out = into.bytes;
-    out.reserve(out.size() + size);
     qsizetype i = 0;
     while (i < size) {
         if (m_pending == 0) {
