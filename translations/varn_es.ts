@@ -1374,6 +1374,148 @@
     <message>
         <source>varn-edit: no display to open a window on (DISPLAY and WAYLAND_DISPLAY are unset). Run VARN_SELFTEST=1 varn-edit for the self-test, or use the command-line tool varn (varn --help).</source>
         <translation>varn-edit: no hay pantalla donde abrir una ventana (DISPLAY y WAYLAND_DISPLAY no están definidas). Ejecute VARN_SELFTEST=1 varn-edit para la autoprueba, o use la herramienta de línea de órdenes varn (varn --help).</translation>
+        <source>Receive error: %@</source>
+        <translation>Error de recepción: %@</translation>
+    </message>
+    <message>
+        <source>Waiting for the machine…</source>
+        <translation>Esperando a la máquina…</translation>
+    </message>
+    <message>
+        <source>Receiving…</source>
+        <translation>Recibiendo…</translation>
+    </message>
+    <message>
+        <source>Program Received</source>
+        <translation>Programa recibido</translation>
+    </message>
+    <message>
+        <source>Receive Error</source>
+        <translation>Error de recepción</translation>
+    </message>
+    <message>
+        <source>Receive Cancelled</source>
+        <translation>Recepción cancelada</translation>
+    </message>
+    <message>
+        <source>1 error</source>
+        <translation>1 error</translation>
+    </message>
+    <message>
+        <source>%@ errors</source>
+        <translation>%@ errores</translation>
+    </message>
+    <message>
+        <source>Could not save the received program: %@</source>
+        <translation>No se pudo guardar el programa recibido: %@</translation>
+    </message>
+    <message>
+        <source>Saved %@</source>
+        <translation>Guardado %@</translation>
+    </message>
+    <message>
+        <source>Received %@</source>
+        <translation>Recibido %@</translation>
+    </message>
+    <message>
+        <source>receive needs --machine ID|NAME and --port PATH.</source>
+        <translation>receive necesita --machine ID|NOMBRE y --port RUTA.</translation>
+    </message>
+    <message>
+        <source>--idle takes whole seconds from 1 to 3600.</source>
+        <translation>--idle admite segundos enteros de 1 a 3600.</translation>
+    </message>
+    <message>
+        <source>Could not write %@: %@</source>
+        <translation>No se pudo escribir %@: %@</translation>
+    </message>
+    <message>
+        <source>Received %@ (%@)</source>
+        <translation>Recibido %@ (%@)</translation>
+    </message>
+    <message>
+        <source>Line %@: parity or framing error</source>
+        <translation>Línea %@: error de paridad o de trama</translation>
+    </message>
+    <message>
+        <source>Wait for a machine to send a program and write it to FILE (with FILE.raw beside it) or standard output; Ctrl-C cancels.</source>
+        <translation>Espera a que una máquina envíe un programa y lo escribe en FILE (con FILE.raw al lado) o en la salida estándar; Ctrl-C cancela.</translation>
+    </message>
+    <message>
+        <source>Could not keep the received bytes in %@: %@</source>
+        <translation>No se pudieron conservar los bytes recibidos en %@: %@</translation>
+    </message>
+    <message>
+        <source>Choose the folder received programs are saved in</source>
+        <translation>Elija la carpeta donde se guardan los programas recibidos</translation>
+    </message>
+    <message>
+        <source>%@ programs saved, the last as %@</source>
+        <translation>%@ programas guardados, el último como %@</translation>
+    </message>
+    <message>
+        <source>Received bytes kept in %@</source>
+        <translation>Bytes recibidos conservados en %@</translation>
+    </message>
+    <message>
+        <source>The machine holds the same program.</source>
+        <translation>La máquina tiene el mismo programa.</translation>
+    </message>
+    <message>
+        <source>%@ blocks differ.</source>
+        <translation>%@ bloques difieren.</translation>
+    </message>
+    <message>
+        <source>(missing)</source>
+        <translation>(falta)</translation>
+    </message>
+    <message>
+        <source>Compare with the Machine</source>
+        <translation>Comparar con la máquina</translation>
+    </message>
+    <message>
+        <source>Receive from Machine</source>
+        <translation>Recibir de la máquina</translation>
+    </message>
+    <message>
+        <source>Start, then have the machine punch out the program. It is compared with the open program block by block.</source>
+        <translation>Pulse Iniciar y haga que la máquina envíe el programa. Se compara con el programa abierto bloque a bloque.</translation>
+    </message>
+    <message>
+        <source>Start, then have the machine punch out the program. It opens as a new document.</source>
+        <translation>Pulse Iniciar y haga que la máquina envíe el programa. Se abre como un documento nuevo.</translation>
+    </message>
+    <message>
+        <source>Keep listening and save every program in:</source>
+        <translation>Seguir escuchando y guardar cada programa en:</translation>
+    </message>
+    <message>
+        <source>Choose…</source>
+        <translation>Elegir…</translation>
+    </message>
+    <message>
+        <source>no folder chosen</source>
+        <translation>ninguna carpeta elegida</translation>
+    </message>
+    <message>
+        <source>Document</source>
+        <translation>Documento</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>Iniciar</translation>
+    </message>
+    <message>
+        <source>Receive from Machine…</source>
+        <translation>Recibir de la máquina…</translation>
+    </message>
+    <message>
+        <source>Compare with the Machine…</source>
+        <translation>Comparar con la máquina…</translation>
+    </message>
+    <message>
+        <source>Receive…</source>
+        <translation>Recibir…</translation>
     </message>
 </context>
 </TS>

@@ -1,7 +1,14 @@
 #pragma once
 
 #include "commandline.h"
+#include "machines/machine.h"
 
 // The command tables of `varn`, one per area.
 QList<CommandSpec> textCommands();
 QList<CommandSpec> serialCommands();
+QList<CommandSpec> receiveCommands();
+
+// The machine profile named by `wanted` (id, name, or name in any case); empty
+// with `problem` set when none or several match.
+std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wanted, QString *problem,
+                                   AppLanguage language);

@@ -70,6 +70,8 @@ int machines(CommandContext &ctx)
     return ExitStatus::ok;
 }
 
+} // namespace
+
 // The profile named on the command line: by id, then by name, then by name in
 // any letter case. Two profiles matching the same way is an ambiguity.
 std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wanted, QString *problem,
@@ -103,6 +105,8 @@ std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wa
                             {wanted, ids.join(QStringLiteral(", "))});
     return std::nullopt;
 }
+
+namespace {
 
 // Ctrl-C and SIGTERM reach the event loop through a pipe: a signal handler may
 // only write(2), and the loop then cancels the transfer like the Cancel button.

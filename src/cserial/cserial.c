@@ -36,12 +36,17 @@ static int realTcsetattr(int fd, int when, const struct termios *attributes)
     return tcsetattr(fd, when, attributes);
 }
 
+static ssize_t realRead(int fd, void *buffer, size_t length)
+{
+    return read(fd, buffer, length);
+}
+
 const struct cserial_syscall_table cserial_real_syscalls = {
-    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close,
+    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close, realRead,
 };
 
 struct cserial_syscall_table cserial_syscalls = {
-    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close,
+    realOpen, realWrite, realPoll, realIoctl, tcgetattr, realTcsetattr, close, realRead,
 };
 
 int cserial_open(const char *path)
@@ -210,6 +215,55 @@ int cserial_wait_writable(int fd, int timeoutMilliseconds)
         return -1;
     }
     return 1;
+}
+
+ssize_t cserial_read(int fd, void *buffer, size_t length)
+{
+    return cserial_syscalls.read(fd, buffer, length);
+}
+
+int cserial_wait_readable(int fd, int timeoutMilliseconds)
+{
+    struct pollfd p;
+    p.fd = fd;
+    p.events = POLLIN;
+    p.revents = 0;
+    const int ready = cserial_syscalls.poll(&p, 1, timeoutMilliseconds);
+    if (ready < 0) {
+        return -1;
+    }
+    if (ready == 0) {
+        return 0;
+    }
+    /* Data first: the last characters before a hang-up are still the program's. */
+    if (p.revents & POLLIN) {
+        return 1;
+    }
+    if (p.revents & (POLLERR | POLLHUP | POLLNVAL)) {
+        errno = (p.revents & POLLNVAL) ? EBADF : EIO;
+        return -1;
+    }
+    return 1;
+}
+
+int cserial_mark_errors(int fd)
+{
+    struct termios tio;
+    if (cserial_syscalls.tcgetattr(fd, &tio) < 0) {
+        return -1;
+    }
+    /* IGNPAR would drop the damaged characters, ISTRIP would turn a genuine 0xFF
+     * into 0x7F and break the doubling: neither may be on. */
+    tio.c_iflag &= ~(tcflag_t)(IGNPAR | ISTRIP | IGNBRK | BRKINT);
+    tio.c_iflag |= PARMRK;
+    if (tio.c_cflag & PARENB) {
+        tio.c_iflag |= INPCK;
+    }
+    if (cserial_syscalls.tcsetattr(fd, TCSANOW, &tio) < 0) {
+        return -1;
+    }
+    (void)tcflush(fd, TCIFLUSH);
+    return 0;
 }
 
 int cserial_output_pending(int fd)

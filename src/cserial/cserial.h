@@ -37,6 +37,22 @@ int cserial_wait_writable(int fd, int timeoutMilliseconds);
 /* Bytes still queued for output in the driver, or -1 when the driver cannot say. */
 int cserial_output_pending(int fd);
 
+/* One read(2) of up to length bytes; EAGAIN means nothing has arrived yet. */
+ssize_t cserial_read(int fd, void *buffer, size_t length);
+
+/* 1 readable, 0 time-out, -1 failure (poll failed, or error/hang-up/invalid descriptor).
+ * Bytes still queued before a hang-up count as readable, so none is lost to it. */
+int cserial_wait_readable(int fd, int timeoutMilliseconds);
+
+/*
+ * Has the driver mark every character received with a parity or framing error
+ * (and a break) instead of passing or dropping it silently: such a character c
+ * arrives as 0xFF 0x00 c, and a genuine 0xFF byte as 0xFF 0xFF. Parity is
+ * checked only when the line has parity. Discards input queued so far, which
+ * was read without the marks.
+ */
+int cserial_mark_errors(int fd);
+
 /* Closes the descriptor; a negative one is ignored. */
 void cserial_close(int fd);
 
@@ -62,6 +78,7 @@ struct cserial_syscall_table {
     int (*tcgetattr)(int fd, struct termios *attributes);
     int (*tcsetattr)(int fd, int when, const struct termios *attributes);
     int (*close)(int fd);
+    ssize_t (*read)(int fd, void *buffer, size_t length);
 };
 
 extern struct cserial_syscall_table cserial_syscalls;

@@ -69,6 +69,7 @@ public:
                 s_current->m_open.erase(fd);
                 return cserial_real_syscalls.close(fd);
             },
+            [](int fd, void *buffer, size_t length) { return cserial_real_syscalls.read(fd, buffer, length); },
         };
     }
     ~SyscallFaults()

@@ -139,3 +139,20 @@ TEST_F(EditorTest, EachDocumentComesBackWhereTheUserLeftIt)
     EXPECT_TRUE(editor.text().isEmpty());
     QTest::keyClicks(&editor, "X"); // edits with no document go nowhere, safely
 }
+
+TEST_F(EditorTest, LinesDamagedOnTheWayFromTheMachineAreMarkedOnlyInTheirDocument)
+{
+    EditorDocument received;
+    received.setText("%\nO1\nG1X?1\nG1Y2\nM30\n%\n");
+    received.setMarkedLines({2, 4});
+    EditorDocument other;
+    other.setText("G0X0\nG1X1\nG1X2\n");
+    show(received);
+    for (int line = 0; line < 6; ++line) {
+        EXPECT_EQ(sci(Sci::SCI_MARKERGET, line) != 0, line == 2 || line == 4) << "line " << line;
+    }
+    show(other);
+    EXPECT_EQ(sci(Sci::SCI_MARKERNEXT, 0, ~0L), -1);
+    show(received);
+    EXPECT_NE(sci(Sci::SCI_MARKERGET, 2), 0);
+}

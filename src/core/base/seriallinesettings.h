@@ -12,6 +12,9 @@ struct SerialLineSettings {
     bool dtr = true;
     bool rts = true;
     bool dripFeed = false; // the machine may hold the line for as long as it likes
+    // Receiving: characters with a parity or framing error come through marked
+    // (see ReceivedBytes) instead of being passed on as if they were sound.
+    bool markErrors = false;
 
     bool operator==(const SerialLineSettings &) const = default;
 };

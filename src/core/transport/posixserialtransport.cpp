@@ -2,6 +2,7 @@
 
 #include "cserial.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -71,8 +72,83 @@ std::optional<TransportError> PosixSerialTransport::open(const SerialLineSetting
         cserial_close(fd);
         return TransportError::configurationFailed(systemErrorText(code), code);
     }
+    if (settings.markErrors && cserial_mark_errors(fd) < 0) {
+        const int code = errno;
+        cserial_close(fd);
+        return TransportError::configurationFailed(systemErrorText(code), code);
+    }
+    m_markErrors = settings.markErrors;
+    m_decoder.reset();
     m_fd = fd;
     return std::nullopt;
+}
+
+std::optional<TransportError> PosixSerialTransport::read(ReceivedBytes &into, std::chrono::milliseconds timeout)
+{
+    if (m_fd < 0) {
+        return TransportError::notConnected();
+    }
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + timeout;
+    // Large enough that a 100 MB program costs a few thousand calls, small
+    // enough to stay in the cache.
+    constexpr size_t chunk = 64 * 1024;
+    char buffer[chunk];
+    constexpr qsizetype kBurstLimit = 1024 * 1024;
+    const qsizetype before = into.bytes.size();
+    bool gotAny = false;
+    for (;;) {
+        if (interrupted()) {
+            return TransportError::cancelled();
+        }
+        // Drain what the driver holds before waiting again: one poll per burst.
+        const ssize_t got = cserial_read(m_fd, buffer, chunk);
+        if (got > 0) {
+            if (m_markErrors) {
+                m_decoder.decode(buffer, got, into);
+            } else {
+                into.bytes.append(buffer, got);
+            }
+            gotAny = true;
+            // The line discipline hands over a few KB per read; taking what is
+            // already queued now spares a return and a poll per piece.
+            if (into.bytes.size() - before < kBurstLimit) {
+                continue;
+            }
+            return std::nullopt;
+        }
+        if (got < 0) {
+            const int code = errno;
+            if (code == EINTR) {
+                continue;
+            }
+            if (code != EAGAIN && code != EWOULDBLOCK) {
+                // What arrived before the line went is handed over first; the
+                // next call reports the failure.
+                return gotAny ? std::nullopt
+                              : std::optional(TransportError::readFailed(systemErrorText(code), code));
+            }
+        } else if (got == 0) {
+            // End of file on a tty: the other side hung up.
+            return gotAny ? std::nullopt : std::optional(TransportError::readFailed(systemErrorText(EIO), EIO));
+        }
+        if (gotAny) {
+            return std::nullopt;
+        }
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) {
+            return std::nullopt;
+        }
+        errno = 0;
+        const int ready = cserial_wait_readable(m_fd, static_cast<int>(std::min(left, m_pollInterval).count()));
+        if (ready < 0) {
+            const int code = errno;
+            if (code == EINTR) {
+                continue;
+            }
+            return TransportError::readFailed(systemErrorText(code ? code : EIO), code ? code : EIO);
+        }
+    }
 }
 
 std::optional<TransportError> PosixSerialTransport::write(const QByteArray &bytes)

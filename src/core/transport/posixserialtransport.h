@@ -1,5 +1,6 @@
 #pragma once
 
+#include "transport/parmrkdecoder.h"
 #include "transport/serialtransport.h"
 
 #include <QString>
@@ -9,7 +10,8 @@
 #include <mutex>
 
 // The termios transport: one serial device, opened and configured from the line
-// settings, written with flow control and a stall limit, drained, closed.
+// settings, written with flow control and a stall limit, drained, closed; or
+// read from, with the characters the line damaged marked as such.
 //
 // Threading: one thread (the transfer's) makes the blocking calls in order;
 // interrupt() may come from any thread at any time. Only the interrupted flag is
@@ -40,6 +42,10 @@ public:
     std::optional<TransportError> drain(bool dripFeed) override;
     void close() override;
     void interrupt() override;
+    // Waits in slices of the poll interval, so an interruption ends it within
+    // one slice. With `markErrors` in the line settings, the driver's marks are
+    // decoded into error offsets.
+    std::optional<TransportError> read(ReceivedBytes &into, std::chrono::milliseconds timeout) override;
 
     const QString &devicePath() const { return m_devicePath; }
     bool isOpen() const { return m_fd >= 0; }
@@ -59,6 +65,8 @@ private:
 
     int m_fd = -1;
     bool m_dripFeed = false;
+    bool m_markErrors = false;
+    ParmrkDecoder m_decoder;
 
     mutable std::mutex m_lock;
     bool m_interrupted = false; // guarded by m_lock

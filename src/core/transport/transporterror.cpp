@@ -26,6 +26,11 @@ TransportError TransportError::writeFailed(const QString &message, int systemErr
     return {Kind::writeFailed, {}, message, systemError};
 }
 
+TransportError TransportError::readFailed(const QString &message, int systemError)
+{
+    return {Kind::readFailed, {}, message, systemError};
+}
+
 QString TransportError::description(AppLanguage language) const
 {
     switch (kind) {
@@ -51,6 +56,8 @@ QString TransportError::description(AppLanguage language) const
                     {L10n::text("waiting for the machine to receive the end of the program", language)});
     case Kind::cancelled:
         return L10n::text("Transfer Cancelled", language);
+    case Kind::readFailed:
+        return L10n::format("Receive error: %@", language, {message});
     }
     return {};
 }

@@ -17,17 +17,19 @@ struct TransportError {
         receiveTimeout,
         drainTimeout,
         cancelled,
+        readFailed,
     };
 
     Kind kind = Kind::notConnected;
     QString path;        // openFailed: the device path
-    QString message;     // connectionFailed/openFailed/configurationFailed/writeFailed: the system's text
+    QString message;     // connectionFailed/openFailed/configurationFailed/writeFailed/readFailed: the system's text
     int systemError = 0; // errno behind the failure, 0 when none
 
     static TransportError connectionFailed(const QString &message);
     static TransportError openFailed(const QString &path, const QString &message, int systemError = 0);
     static TransportError configurationFailed(const QString &message, int systemError = 0);
     static TransportError writeFailed(const QString &message, int systemError = 0);
+    static TransportError readFailed(const QString &message, int systemError = 0);
     static TransportError notConnected() { return {Kind::notConnected, {}, {}, 0}; }
     static TransportError waitFailed() { return {Kind::waitFailed, {}, {}, 0}; }
     static TransportError receiveTimeout() { return {Kind::receiveTimeout, {}, {}, 0}; }

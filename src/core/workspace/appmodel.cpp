@@ -79,6 +79,7 @@ AppModel::AppModel(Options options, QObject *parent)
 {
     m_machineStore = options.machineStoreFile.isEmpty() ? new MachineStore(this)
                                                         : new MachineStore(options.machineStoreFile, this);
+    m_transportFactory = options.transportFactory;
     m_transfer = new TransferController(std::move(options.transportFactory), this);
 
     AppLanguage stored = AppLanguage::english;
@@ -360,6 +361,9 @@ void AppModel::saveAs(EditorDocument *doc)
         start = QUrl::fromLocalFile(QFileInfo(doc->url().toLocalFile()).absolutePath());
     } else if (!m_folderUrls.isEmpty()) {
         start = m_folderUrls.first();
+    }
+    if (doc->isUntitled() && !doc->suggestedName().isEmpty()) {
+        name = doc->suggestedName() + QStringLiteral(".nc");
     }
     const std::optional<QUrl> target = m_dialogs->chooseSaveLocation(name, start);
     if (target && target->isLocalFile()) {

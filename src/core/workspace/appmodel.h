@@ -2,6 +2,8 @@
 
 #include "machines/machinestore.h"
 #include "nc/programanalysis.h"
+#include "transfer/programcomparison.h"
+#include "transfer/receivecontroller.h"
 #include "transfer/transfercontroller.h"
 #include "transport/serialport.h"
 #include "workspace/appalert.h"
@@ -151,6 +153,24 @@ public:
     void send();
     TransferController &transfer() { return *m_transfer; }
 
+    // --- Receiving (appmodelreceive.cpp) -------------------------------------
+    enum class ReceiveMode { open, compare };
+    // Asks the window to show the receive window in `mode`.
+    void showReceive(ReceiveMode mode);
+    // Starts receiving from the selected machine and port. In open mode a
+    // program becomes a new document (or, with `autoReceiveFolder`, each one a
+    // file there, and the listening goes on); in compare mode it is compared
+    // with the selected document. An alert says what is missing to start.
+    void startReceive(ReceiveMode mode, const QString &autoReceiveFolder = {},
+                      std::chrono::milliseconds idleTimeout = std::chrono::seconds(5));
+    ReceiveController &receiver();
+    ReceiveMode receiveMode() const { return m_receiveMode; }
+    // The last comparison: the differing blocks, and whether one was made.
+    const QList<ProgramDifference> &comparison() const { return m_comparison; }
+    bool hasComparison() const { return m_hasComparison; }
+    // Where the raw bytes of the last received program were kept (a `.raw` file).
+    const QString &lastRawPath() const { return m_lastRawPath; }
+
     // --- Appearance, language, font, panels, alert ------------------------
     AppearanceMode appearance() const { return m_appearance; }
     void setAppearance(AppearanceMode mode);
@@ -225,6 +245,8 @@ signals:
     void analysisChanged();
     void analysisInProgressChanged(bool inProgress);
     void prefetchFinished();
+    void receiveRequested(AppModel::ReceiveMode mode);
+    void comparisonChanged();
 
 private:
     // What a background read hands back to the main thread.
@@ -246,6 +268,7 @@ private:
         qint64 cost = 0;
     };
 
+    void receivedProgram(const std::shared_ptr<const ReceivedProgram> &program, const QString &savedPath);
     void adopt(EditorDocument *document, qsizetype index);
     void removeDocument(EditorDocument *document);
     void loadFileInBackground(EditorDocument *document, TextEncoding encoding = TextEncoding::utf8);
@@ -281,6 +304,13 @@ private:
     QList<SerialPort> m_ports;
     std::optional<QString> m_selectedPortPath;
     TransferController *m_transfer = nullptr;
+    TransferController::TransportFactory m_transportFactory;
+    ReceiveController *m_receiver = nullptr;
+    ReceiveMode m_receiveMode = ReceiveMode::open;
+    QUuid m_compareDocumentId;
+    QList<ProgramDifference> m_comparison;
+    bool m_hasComparison = false;
+    QString m_lastRawPath;
     AppearanceMode m_appearance = AppearanceMode::system;
     AppLanguage m_language = AppLanguage::english;
     std::optional<AppAlert> m_alert;

@@ -103,7 +103,10 @@ void EditorDocument::setUrl(const QUrl &url)
 QString EditorDocument::displayName(AppLanguage language) const
 {
     const QString name = m_url.fileName();
-    return name.isEmpty() ? L10n::text("Untitled", language) : name;
+    if (!name.isEmpty()) {
+        return name;
+    }
+    return m_suggestedName.isEmpty() ? L10n::text("Untitled", language) : m_suggestedName;
 }
 
 QString EditorDocument::text() const

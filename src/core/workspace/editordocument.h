@@ -127,8 +127,17 @@ public:
     QUrl url() const { return m_url; }
     bool isUntitled() const { return m_url.isEmpty(); }
     void setUrl(const QUrl &url);
-    // The last path component, or "Untitled" in the interface language.
+    // The last path component, else the suggested name, else "Untitled" in
+    // the interface language.
     QString displayName(AppLanguage language) const;
+    // What an untitled document that came from somewhere (a machine) is called
+    // until it is saved, and the name offered when saving it ("O1234").
+    const QString &suggestedName() const { return m_suggestedName; }
+    void setSuggestedName(const QString &name) { m_suggestedName = name; }
+    // Lines (0-based) the editor marks as damaged when it shows the document:
+    // those a parity or framing error touched on the way from the machine.
+    const QList<int> &markedLines() const { return m_markedLines; }
+    void setMarkedLines(QList<int> lines) { m_markedLines = std::move(lines); }
 
     QString text() const;
     qsizetype textLength() const;
@@ -203,6 +212,8 @@ private:
 
     const QUuid m_id = QUuid::createUuid();
     QUrl m_url;
+    QString m_suggestedName;
+    QList<int> m_markedLines;
     std::unique_ptr<DocumentTextStorage> m_storage;
     bool m_attached = false;
     qint64 m_revision = 0;

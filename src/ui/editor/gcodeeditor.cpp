@@ -1,5 +1,7 @@
 #include "gcodeeditor.h"
 
+#include "theme/varnpalette.h"
+
 #include "findbar.h"
 #include "scintillatextstorage.h"
 #include "theme/appearance.h"
@@ -182,6 +184,7 @@ void GCodeEditor::setDocument(EditorDocument *document)
     m_restoreOnLoad = true;
     document->attachStorage(std::move(storage)); // hands the text over through applyExternalText
     m_restoreOnLoad = false;
+    markDamagedLines();
 }
 
 void GCodeEditor::storageDestroyed(ScintillaTextStorage *storage)
@@ -579,6 +582,25 @@ void GCodeEditor::applyStyleColours()
     SendScintilla(SCI_SETSELBACK, 1UL,
                   p.color(QPalette::Active, QPalette::Highlight).lighter(m_dark ? 80 : 160));
     SendScintilla(SCI_SETCARETLINEVISIBLE, 0UL);
+    // Lines damaged on the way from the machine: a tinted line, readable in
+    // both appearances.
+    const QColor danger = VarnPalette::danger();
+    const auto mix = [&](int a, int b) { return (a + 3 * b) / 4; };
+    const QColor damaged(mix(danger.red(), paper.red()), mix(danger.green(), paper.green()),
+                         mix(danger.blue(), paper.blue()));
+    SendScintilla(SCI_MARKERDEFINE, static_cast<unsigned long>(kDamagedLineMarker), long(SC_MARK_BACKGROUND));
+    SendScintilla(SCI_MARKERSETBACK, static_cast<unsigned long>(kDamagedLineMarker), damaged);
+}
+
+void GCodeEditor::markDamagedLines()
+{
+    SendScintilla(SCI_MARKERDELETEALL, static_cast<unsigned long>(kDamagedLineMarker));
+    if (!m_document) {
+        return;
+    }
+    for (const int line : m_document->markedLines()) {
+        SendScintilla(SCI_MARKERADD, static_cast<unsigned long>(line), long(kDamagedLineMarker));
+    }
 }
 
 // ---- edits ---------------------------------------------------------------------------------------

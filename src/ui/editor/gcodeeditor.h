@@ -166,6 +166,10 @@ private:
     void colourBytes(qsizetype start, qsizetype end);
     void applyStyles();
     void applyStyleColours();
+    // Tints the lines the document lists as damaged (a parity or framing error
+    // on the way from the machine).
+    void markDamagedLines();
+    static constexpr int kDamagedLineMarker = 20;
     void showDwellTip(int position, int x, int y);
 
     QPointer<EditorDocument> m_document;

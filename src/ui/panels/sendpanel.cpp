@@ -82,7 +82,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     : QWidget(parent), m_model(model), m_machineCaption(new QLabel(this)), m_machines(new QComboBox(this)),
       m_summary(new QLabel(this)), m_manage(new QToolButton(this)), m_portCaption(new QLabel(this)),
       m_ports(new PortComboBox([this] { m_model.refreshPorts(); }, this)), m_refresh(new QToolButton(this)),
-      m_send(new QPushButton(this)), m_cancel(new QPushButton(this)), m_status(new QLabel(this)),
+      m_send(new QPushButton(this)), m_receive(new QToolButton(this)), m_cancel(new QPushButton(this)), m_status(new QLabel(this)),
       m_route(new QLabel(this)), m_progress(new QProgressBar(this)), m_progressText(new QLabel(this)),
       m_message(new QLabel(this)), m_hint(new QLabel(this))
 {
@@ -102,6 +102,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     m_manage->setAutoRaise(true);
     m_send->setDefault(false);
     m_send->setAutoDefault(false);
+    m_receive->setAutoRaise(true);
 
     QFont bold = m_status->font();
     bold.setBold(true);
@@ -137,6 +138,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     progressRow->addWidget(m_progress, 1);
     progressRow->addSpacing(8);
     progressRow->addWidget(m_cancel);
+    progressRow->addWidget(m_receive);
     progressRow->addWidget(m_send);
 
     auto *column = new QVBoxLayout(this);
@@ -159,6 +161,8 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     connect(m_manage, &QToolButton::clicked, this, [this] { m_model.setShowingMachines(true); });
     connect(m_refresh, &QToolButton::clicked, this, [this] { m_model.refreshPorts(); });
     connect(m_send, &QPushButton::clicked, this, [this] { m_model.send(); });
+    connect(m_receive, &QToolButton::clicked, this,
+            [this] { m_model.showReceive(AppModel::ReceiveMode::open); });
     connect(m_cancel, &QPushButton::clicked, this, [this] { m_model.transfer().cancel(); });
 
     connect(&m_model.machineStore(), &MachineStore::machinesChanged, this, &SendPanel::fillMachines);
@@ -179,6 +183,8 @@ void SendPanel::retranslate()
     m_manage->setToolTip(L10n::text("Manage Machines…", language));
     m_refresh->setToolTip(L10n::text("Refresh Ports", language));
     m_send->setText(L10n::text("Send to Machine", language));
+    m_receive->setText(L10n::text("Receive…", language));
+    m_receive->setToolTip(L10n::text("Receive from Machine", language));
     m_cancel->setText(L10n::text("Cancel Transfer", language));
     fillMachines();
     fillPorts();

@@ -54,6 +54,7 @@ private:
     QComboBox *m_ports;
     QToolButton *m_refresh;
     QPushButton *m_send;
+    QToolButton *m_receive;
     QPushButton *m_cancel;
     QLabel *m_status;
     QLabel *m_route;

@@ -124,6 +124,10 @@ void CommandMenus::build()
     add(machine, VARN_TR_KEY("Send to Machine"), {QKeySequence(QStringLiteral("Ctrl+E"))}, [&model] { model.send(); });
     add(machine, VARN_TR_KEY("Cancel Transfer"), {QKeySequence(QStringLiteral("Ctrl+."))},
         [&model] { model.transfer().cancel(); });
+    add(machine, VARN_TR_KEY("Receive from Machine…"), {},
+        [&model] { model.showReceive(AppModel::ReceiveMode::open); });
+    add(machine, VARN_TR_KEY("Compare with the Machine…"), {},
+        [&model] { model.showReceive(AppModel::ReceiveMode::compare); });
     machine->addSeparator();
     add(machine, VARN_TR_KEY("Refresh Ports"), {}, [&model] { model.refreshPorts(); });
     add(machine, VARN_TR_KEY("Manage Machines…"), {}, [&model] { model.setShowingMachines(true); });

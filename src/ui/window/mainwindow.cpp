@@ -7,6 +7,7 @@
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
 #include "panels/inspectorview.h"
+#include "panels/receivedialog.h"
 #include "theme/appearance.h"
 #include "theme/varnpalette.h"
 
@@ -79,6 +80,8 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
     connect(&m_model, &AppModel::alertChanged, this, &MainWindow::showAlert);
     connect(&m_model, &AppModel::showInspectorChanged, m_inspector, &QWidget::setVisible);
     connect(&m_model, &AppModel::showingMachinesChanged, this, &MainWindow::showMachineSettings);
+    connect(&m_model, &AppModel::receiveRequested, this,
+            [this](AppModel::ReceiveMode mode) { ReceiveDialog::present(m_model, this, mode); });
     connect(&m_model, &AppModel::appearanceApplied, this,
             [this](AppearanceMode mode) { applyAppearance(int(mode)); });
     watchSelectedDocument();
