@@ -1516,6 +1516,132 @@
     <message>
         <source>Receive…</source>
         <translation>Recibir…</translation>
+        <source>ASCII (ISO)</source>
+        <translation>ASCII (ISO)</translation>
+    </message>
+    <message>
+        <source>EIA RS-244</source>
+        <translation>EIA RS-244</translation>
+    </message>
+    <message>
+        <source>Waiting for XON from the machine…</source>
+        <translation>Esperando XON de la máquina…</translation>
+    </message>
+    <message>
+        <source>%@ characters have no code in EIA RS-244 and were left out.</source>
+        <translation>%@ caracteres no tienen código en EIA RS-244 y se omitieron.</translation>
+    </message>
+    <message>
+        <source>Wire format</source>
+        <translation>Formato en la línea</translation>
+    </message>
+    <message>
+        <source>Leader (NULs)</source>
+        <translation>Cabecera (NUL)</translation>
+    </message>
+    <message>
+        <source>Trailer (NULs)</source>
+        <translation>Cola (NUL)</translation>
+    </message>
+    <message>
+        <source>Start Character</source>
+        <translation>Carácter de inicio</translation>
+    </message>
+    <message>
+        <source>End Character</source>
+        <translation>Carácter de fin</translation>
+    </message>
+    <message>
+        <source>End of Block</source>
+        <translation>Fin de bloque</translation>
+    </message>
+    <message>
+        <source>Empty: the line terminator. Control characters by name: CR LF NUL DC2 DC4 TAB.</source>
+        <translation>Vacío: el terminador de línea. Caracteres de control por su nombre: CR LF NUL DC2 DC4 TAB.</translation>
+    </message>
+    <message>
+        <source>Line terminator</source>
+        <translation>Terminador de línea</translation>
+    </message>
+    <message>
+        <source>Delay After Line</source>
+        <translation>Pausa tras cada línea</translation>
+    </message>
+    <message>
+        <source>Character Code</source>
+        <translation>Código de caracteres</translation>
+    </message>
+    <message>
+        <source>Strip comments</source>
+        <translation>Quitar comentarios</translation>
+    </message>
+    <message>
+        <source>Strip spaces</source>
+        <translation>Quitar espacios</translation>
+    </message>
+    <message>
+        <source>Strip blank lines</source>
+        <translation>Quitar líneas vacías</translation>
+    </message>
+    <message>
+        <source>Upper case</source>
+        <translation>Mayúsculas</translation>
+    </message>
+    <message>
+        <source>Wait for XON (DC1) before sending</source>
+        <translation>Esperar XON (DC1) antes de enviar</translation>
+    </message>
+    <message>
+        <source>Byte Preview</source>
+        <translation>Vista de bytes</translation>
+    </message>
+    <message>
+        <source>Open a program and choose a machine to see its bytes.</source>
+        <translation>Abra un programa y elija una máquina para ver sus bytes.</translation>
+    </message>
+    <message>
+        <source>%@ bytes on the wire.</source>
+        <translation>%@ bytes en la línea.</translation>
+    </message>
+    <message>
+        <source>Showing the first %@.</source>
+        <translation>Se muestran los primeros %@.</translation>
+    </message>
+    <message>
+        <source>Transfer Log</source>
+        <translation>Registro de transferencias</translation>
+    </message>
+    <message>
+        <source>Transfer Log…</source>
+        <translation>Registro de transferencias…</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>Hora</translation>
+    </message>
+    <message>
+        <source>Direction</source>
+        <translation>Sentido</translation>
+    </message>
+    <message>
+        <source>Bytes</source>
+        <translation>Bytes</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>Resultado</translation>
+    </message>
+    <message>
+        <source>Duration</source>
+        <translation>Duración</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>Actualizar</translation>
+    </message>
+    <message>
+        <source>Receive</source>
+        <translation>Recibir</translation>
     </message>
 </context>
 </TS>

@@ -12,3 +12,7 @@ QList<CommandSpec> receiveCommands();
 // with `problem` set when none or several match.
 std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wanted, QString *problem,
                                    AppLanguage language);
+
+// `varn payload --machine M [FILE]`: the bytes the stored profile puts on the
+// wire, tape framing and character code included.
+int machinePayload(CommandContext &ctx);

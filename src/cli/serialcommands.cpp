@@ -4,6 +4,7 @@
 #include "jsonwriter.h"
 #include "machines/machinestore.h"
 #include "transfer/transfercontroller.h"
+#include "transfer/wireformat.h"
 #include "transport/serialportscanner.h"
 #include "transport/transporterror.h"
 
@@ -259,6 +260,30 @@ int send(CommandContext &ctx)
 }
 
 } // namespace
+
+int machinePayload(CommandContext &ctx)
+{
+    MachineStore store;
+    QString problem;
+    const std::optional<Machine> machine =
+        findMachine(store.machines(), ctx.invocation().value(QStringLiteral("--machine")), &problem, ctx.language());
+    if (!machine) {
+        return ctx.badInput(problem);
+    }
+    const std::optional<QString> text = ctx.readProgram(0);
+    if (!text) {
+        return ExitStatus::badInput;
+    }
+    const WirePayload payload = WireFormat::build(*text, *machine);
+    // Standard output carries only the wire bytes; the warning goes beside them.
+    if (payload.unencodable > 0) {
+        CommandContext::writeErr(QStringLiteral("varn: ") +
+                                 L10n::format("%@ characters have no code in EIA RS-244 and were left out.",
+                                              ctx.language(), {QString::number(payload.unencodable)}));
+    }
+    CommandContext::writeOut(payload.bytes);
+    return ExitStatus::ok;
+}
 
 QList<CommandSpec> serialCommands()
 {

@@ -231,6 +231,9 @@ int ranges(CommandContext &ctx)
 
 int payload(CommandContext &ctx)
 {
+    if (ctx.invocation().has(QStringLiteral("--machine"))) {
+        return machinePayload(ctx);
+    }
     const QString name = ctx.invocation().value(QStringLiteral("--terminator")).toUpper();
     const std::optional<Machine::LineTerminator> terminator = Machine::fromRawValue<Machine::LineTerminator>(name);
     if (!terminator) {
@@ -283,8 +286,8 @@ QList<CommandSpec> textCommands()
          {kJson, {QStringLiteral("--axes"), {}, true}, kEncoding}, 0, 1, &ranges},
         {QStringLiteral("analyze"), QStringLiteral("varn analyze [--json] [--lang en|es] [FILE]"),
          VARN_TR_KEY("Analyse the program: summary, tools, comments and warnings."), {kJson, kEncoding}, 0, 1, &analyze},
-        {QStringLiteral("payload"), QStringLiteral("varn payload --terminator CR|CRLF|LF [FILE]"),
+        {QStringLiteral("payload"), QStringLiteral("varn payload --terminator CR|CRLF|LF | --machine ID|NAME [FILE]"),
          VARN_TR_KEY("Write the exact bytes the sender would put on the wire."),
-         {{QStringLiteral("--terminator"), {}, true}, kEncoding}, 0, 1, &payload},
+         {{QStringLiteral("--terminator"), {}, true}, {QStringLiteral("--machine"), {}, true}, kEncoding}, 0, 1, &payload},
     };
 }

@@ -16,6 +16,9 @@ constexpr Machine::FlowControl kFlowControls[] = {Machine::FlowControl::xonXoff,
                                                   Machine::FlowControl::none};
 constexpr Machine::LineTerminator kTerminators[] = {Machine::LineTerminator::cr, Machine::LineTerminator::crlf,
                                                     Machine::LineTerminator::lf};
+constexpr Machine::TapeMark kTapeMarks[] = {Machine::TapeMark::none, Machine::TapeMark::percent,
+                                            Machine::TapeMark::dc2, Machine::TapeMark::dc4};
+constexpr Machine::CharacterCode kCharacterCodes[] = {Machine::CharacterCode::ascii, Machine::CharacterCode::eia};
 
 // JSON string literal for `text`: quotes, backslashes and control characters
 // escaped, everything else written as UTF-8.
@@ -118,6 +121,22 @@ std::optional<Enum> enumField(const QJsonObject &object, const char *key)
     return Machine::fromRawValue<Enum>(*raw);
 }
 
+// The later keys: a missing one keeps the default already in `target`; one of
+// the wrong type fails the profile like a bad required key does.
+template <typename T, typename Read>
+bool optionalField(const QJsonObject &object, const char *key, T &target, Read read)
+{
+    if (!object.contains(QLatin1String(key))) {
+        return true;
+    }
+    auto value = read(object, key);
+    if (!value) {
+        return false;
+    }
+    target = *value;
+    return true;
+}
+
 // Not an assertion: validation bounds the speed only from below, and a profile
 // read from a hand-edited machines.json is never validated, so a speed of 2^32
 // reaches here from user data. Clamped, the port refuses it with its own error.
@@ -162,6 +181,18 @@ std::span<const Machine::LineTerminator> Machine::allCases<Machine::LineTerminat
     return kTerminators;
 }
 
+template <>
+std::span<const Machine::TapeMark> Machine::allCases<Machine::TapeMark>()
+{
+    return kTapeMarks;
+}
+
+template <>
+std::span<const Machine::CharacterCode> Machine::allCases<Machine::CharacterCode>()
+{
+    return kCharacterCodes;
+}
+
 QString Machine::rawValue(Parity parity)
 {
     switch (parity) {
@@ -203,6 +234,56 @@ QString Machine::rawValue(LineTerminator terminator)
         return QStringLiteral("LF");
     }
     return {};
+}
+
+QString Machine::rawValue(TapeMark mark)
+{
+    switch (mark) {
+    case TapeMark::none:
+        return QStringLiteral("none");
+    case TapeMark::percent:
+        return QStringLiteral("%");
+    case TapeMark::dc2:
+        return QStringLiteral("DC2");
+    case TapeMark::dc4:
+        return QStringLiteral("DC4");
+    }
+    return {};
+}
+
+QString Machine::rawValue(CharacterCode code)
+{
+    switch (code) {
+    case CharacterCode::ascii:
+        return QStringLiteral("ASCII");
+    case CharacterCode::eia:
+        return QStringLiteral("EIA");
+    }
+    return {};
+}
+
+QString Machine::label(TapeMark mark, AppLanguage language)
+{
+    return mark == TapeMark::none ? L10n::text("None", language) : rawValue(mark);
+}
+
+QString Machine::label(CharacterCode code, AppLanguage language)
+{
+    switch (code) {
+    case CharacterCode::ascii:
+        return L10n::text("ASCII (ISO)", language);
+    case CharacterCode::eia:
+        return L10n::text("EIA RS-244", language);
+    }
+    return {};
+}
+
+bool Machine::hasExtendedFields() const
+{
+    return leaderLength != 0 || trailerLength != 0 || startCharacter != TapeMark::none ||
+           endCharacter != TapeMark::none || lineDelayMs != 0 || stripComments || stripSpaces || stripBlankLines ||
+           upperCase || waitForXon || characterCode != CharacterCode::ascii ||
+           receiveIdleSeconds != defaultReceiveIdleSeconds || !autoReceiveFolder.isEmpty() || !endOfBlock.isEmpty();
 }
 
 QString Machine::label(Parity parity, AppLanguage language)
@@ -377,6 +458,37 @@ QByteArray Machine::toJson() const
     out += boolText(rts);
     appendKey(out, "dripFeed");
     out += boolText(dripFeed);
+    if (hasExtendedFields()) {
+        appendKey(out, "leaderLength");
+        out += QByteArray::number(leaderLength);
+        appendKey(out, "trailerLength");
+        out += QByteArray::number(trailerLength);
+        appendKey(out, "startCharacter");
+        appendJsonString(out, rawValue(startCharacter));
+        appendKey(out, "endCharacter");
+        appendJsonString(out, rawValue(endCharacter));
+        appendKey(out, "lineDelayMs");
+        out += QByteArray::number(lineDelayMs);
+        appendKey(out, "stripComments");
+        out += boolText(stripComments);
+        appendKey(out, "stripSpaces");
+        out += boolText(stripSpaces);
+        appendKey(out, "stripBlankLines");
+        out += boolText(stripBlankLines);
+        appendKey(out, "upperCase");
+        out += boolText(upperCase);
+        appendKey(out, "waitForXon");
+        out += boolText(waitForXon);
+        appendKey(out, "characterCode");
+        appendJsonString(out, rawValue(characterCode));
+        appendKey(out, "receiveIdleSeconds");
+        out += QByteArray::number(receiveIdleSeconds);
+        appendKey(out, "autoReceiveFolder");
+        appendJsonString(out, autoReceiveFolder);
+        // Bytes, not text: kept as Latin-1 so any control character round-trips.
+        appendKey(out, "endOfBlock");
+        appendJsonString(out, QString::fromLatin1(endOfBlock));
+    }
     out += '}';
     return out;
 }
@@ -414,6 +526,32 @@ std::optional<Machine> Machine::fromJson(const QJsonValue &value)
     machine.dtr = *dtrValue;
     machine.rts = *rtsValue;
     machine.dripFeed = *dripValue;
+
+    QString endOfBlockText;
+    const bool extendedOk =
+        optionalField(object, "leaderLength", machine.leaderLength, integerField) &&
+        optionalField(object, "trailerLength", machine.trailerLength, integerField) &&
+        optionalField(object, "startCharacter", machine.startCharacter, enumField<TapeMark>) &&
+        optionalField(object, "endCharacter", machine.endCharacter, enumField<TapeMark>) &&
+        optionalField(object, "lineDelayMs", machine.lineDelayMs, integerField) &&
+        optionalField(object, "stripComments", machine.stripComments, boolField) &&
+        optionalField(object, "stripSpaces", machine.stripSpaces, boolField) &&
+        optionalField(object, "stripBlankLines", machine.stripBlankLines, boolField) &&
+        optionalField(object, "upperCase", machine.upperCase, boolField) &&
+        optionalField(object, "waitForXon", machine.waitForXon, boolField) &&
+        optionalField(object, "characterCode", machine.characterCode, enumField<CharacterCode>) &&
+        optionalField(object, "receiveIdleSeconds", machine.receiveIdleSeconds, integerField) &&
+        optionalField(object, "autoReceiveFolder", machine.autoReceiveFolder, stringField) &&
+        optionalField(object, "endOfBlock", endOfBlockText, stringField);
+    if (!extendedOk) {
+        return std::nullopt;
+    }
+    // A hand-edited file may hold anything; the sender gets sane bounds.
+    machine.leaderLength = std::clamp<qint64>(machine.leaderLength, 0, maxLeaderLength);
+    machine.trailerLength = std::clamp<qint64>(machine.trailerLength, 0, maxLeaderLength);
+    machine.lineDelayMs = std::clamp<qint64>(machine.lineDelayMs, 0, maxLineDelayMs);
+    machine.receiveIdleSeconds = std::max<qint64>(machine.receiveIdleSeconds, 1);
+    machine.endOfBlock = endOfBlockText.toLatin1();
     return machine;
 }
 
@@ -456,5 +594,10 @@ size_t qHash(const Machine &machine, size_t seed)
 {
     return qHashMulti(seed, machine.id, machine.name, machine.baudRate, machine.dataBits,
                       static_cast<int>(machine.parity), machine.stopBits, static_cast<int>(machine.flowControl),
-                      static_cast<int>(machine.lineTerminator), machine.dtr, machine.rts, machine.dripFeed);
+                      static_cast<int>(machine.lineTerminator), machine.dtr, machine.rts, machine.dripFeed) ^
+           qHashMulti(seed, machine.leaderLength, machine.trailerLength, static_cast<int>(machine.startCharacter),
+                      static_cast<int>(machine.endCharacter), machine.lineDelayMs, machine.stripComments,
+                      machine.stripSpaces, machine.stripBlankLines, machine.upperCase, machine.waitForXon,
+                      static_cast<int>(machine.characterCode), machine.receiveIdleSeconds, machine.autoReceiveFolder,
+                      machine.endOfBlock);
 }

@@ -50,7 +50,37 @@ struct Machine {
     bool rts = false;
     bool dripFeed = false;
 
+    // Tape-era framing and clean-up of what goes on the wire. Every field has a
+    // default that changes nothing, and a profile that keeps all of them writes
+    // exactly the keys above, so older tools reading machines.json see no change.
+    enum class TapeMark { none, percent, dc2, dc4 };
+    enum class CharacterCode { ascii, eia };
+    static constexpr qint64 maxLeaderLength = 500;
+    static constexpr qint64 maxLineDelayMs = 10000;
+    static constexpr qint64 defaultReceiveIdleSeconds = 5;
+
+    qint64 leaderLength = 0;  // NULs before the program (blank tape the reader runs in on)
+    qint64 trailerLength = 0; // NULs after it
+    TapeMark startCharacter = TapeMark::none;
+    TapeMark endCharacter = TapeMark::none;
+    qint64 lineDelayMs = 0; // pause after each line for controls without flow control
+    bool stripComments = false;
+    bool stripSpaces = false;
+    bool stripBlankLines = false;
+    bool upperCase = false;
+    bool waitForXon = false; // hold the program until the control sends DC1
+    CharacterCode characterCode = CharacterCode::ascii;
+    qint64 receiveIdleSeconds = defaultReceiveIdleSeconds;
+    QString autoReceiveFolder; // empty: auto-receive off
+    // The characters that end a block instead of the line terminator's; empty
+    // keeps the terminator. EIA tape always ends blocks with its own code.
+    QByteArray endOfBlock;
+
     bool operator==(const Machine &) const = default;
+
+    // True when any field after dripFeed differs from its default, and so when
+    // those keys are written at all.
+    bool hasExtendedFields() const;
 
     // Every case of an enumeration, in declaration order (the pickers' order).
     template <typename Enum>
@@ -59,6 +89,8 @@ struct Machine {
     static QString rawValue(Parity parity);
     static QString rawValue(FlowControl flowControl);
     static QString rawValue(LineTerminator terminator);
+    static QString rawValue(TapeMark mark);
+    static QString rawValue(CharacterCode code);
     // Exact, case-sensitive match of a raw value; anything else is no case.
     template <typename Enum>
     static std::optional<Enum> fromRawValue(const QString &raw);
@@ -68,6 +100,8 @@ struct Machine {
     static QString label(Parity parity, AppLanguage language);
     static QString label(FlowControl flowControl, AppLanguage language);
     static QString label(LineTerminator terminator, AppLanguage language);
+    static QString label(TapeMark mark, AppLanguage language);
+    static QString label(CharacterCode code, AppLanguage language);
 
     // What goes on the wire after every line.
     static QByteArray terminatorBytes(LineTerminator terminator);
@@ -88,10 +122,14 @@ struct Machine {
     SerialLineSettings lineSettings() const;
 
     // Compact JSON object text with the keys in field order, which is the order
-    // other tools reading machines.json may rely on.
+    // other tools reading machines.json may rely on. The keys after "dripFeed"
+    // appear only when hasExtendedFields().
     QByteArray toJson() const;
-    // Every key is required with its exact type and a known raw value;
-    // otherwise there is no profile (no per-field defaults). Unknown keys are ignored.
+    // Every key up to "dripFeed" is required with its exact type and a known raw
+    // value; otherwise there is no profile. The later keys may be missing (a
+    // file from before them) and then take their defaults, but one that is
+    // present must have the right type. Numbers out of range are clamped.
+    // Unknown keys are ignored.
     static std::optional<Machine> fromJson(const QJsonValue &value);
 
     // A JSON array of profiles, written as toJson() writes each one.
@@ -106,6 +144,10 @@ template <>
 std::span<const Machine::FlowControl> Machine::allCases<Machine::FlowControl>();
 template <>
 std::span<const Machine::LineTerminator> Machine::allCases<Machine::LineTerminator>();
+template <>
+std::span<const Machine::TapeMark> Machine::allCases<Machine::TapeMark>();
+template <>
+std::span<const Machine::CharacterCode> Machine::allCases<Machine::CharacterCode>();
 
 template <typename Enum>
 std::optional<Enum> Machine::fromRawValue(const QString &raw)

@@ -1,7 +1,12 @@
 #include "gcodesender.h"
 
+#include "transfer/wireformat.h"
+
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <exception>
+#include <mutex>
 
 namespace {
 
@@ -15,6 +20,24 @@ bool needsNormalisation(const QString &text)
         }
     }
     return false;
+}
+
+// How long `bytes` characters take on the line with the profile's framing.
+std::chrono::milliseconds wireTime(qsizetype bytes, const Machine &machine)
+{
+    const qint64 bitsPerCharacter =
+        1 + machine.dataBits + (machine.parity == Machine::Parity::none ? 0 : 1) + machine.stopBits;
+    const qint64 baud = std::max<qint64>(machine.baudRate, 1);
+    return std::chrono::milliseconds((bytes * bitsPerCharacter * 1000 + baud - 1) / baud);
+}
+
+// Sleeps, but wakes at once on a stop request; true when it was stopped.
+bool pause(std::chrono::milliseconds duration, std::stop_token stop)
+{
+    std::mutex mutex;
+    std::condition_variable_any woken;
+    std::unique_lock lock(mutex);
+    return woken.wait_for(lock, stop, duration, [] { return false; }) || stop.stop_requested();
 }
 
 } // namespace
@@ -87,19 +110,44 @@ void GCodeSender::send(const QByteArray &payload, const Machine &machine, Serial
         if (stop.stop_requested()) {
             return end(TransportError::cancelled());
         }
+        if (machine.waitForXon) {
+            sink(TransferEvent::waiting(L10n::text("Waiting for XON from the machine…", language)));
+            if (const auto error = transport.waitForXon(machine.lineSettings())) {
+                return end(*error);
+            }
+        }
         sink(TransferEvent::started(payload.size()));
 
+        // A line delay gives a control without flow control time for each
+        // block: the chunks end at block ends, and after each one the sender
+        // waits for the line to carry it (the driver would otherwise absorb
+        // the pause) plus the delay. The block end's last byte marks the end;
+        // one inside a comment only adds a pause.
+        const std::chrono::milliseconds lineDelay(machine.lineDelayMs);
+        const QByteArray blockEnd = WireFormat::blockEnd(machine);
+        const char blockEndByte = blockEnd.isEmpty() ? '\n' : blockEnd.back();
         qsizetype offset = 0;
         while (offset < payload.size()) {
             if (stop.stop_requested()) {
                 return end(TransportError::cancelled());
             }
-            const qsizetype length = std::min(chunkSize, payload.size() - offset);
+            qsizetype length = std::min(chunkSize, payload.size() - offset);
+            bool endsBlock = false;
+            if (lineDelay.count() > 0) {
+                const qsizetype next = payload.indexOf(blockEndByte, offset);
+                if (next >= 0 && next < offset + length) {
+                    length = next + 1 - offset;
+                    endsBlock = true;
+                }
+            }
             if (const auto error = transport.write(payload.sliced(offset, length))) {
                 return end(*error);
             }
             offset += length;
             sink(TransferEvent::progress(offset));
+            if (endsBlock && pause(wireTime(length, machine) + lineDelay, stop)) {
+                return end(TransportError::cancelled());
+            }
         }
 
         sink(TransferEvent::finishing(machine.dripFeed ? L10n::text("Finishing drip feed…", language)

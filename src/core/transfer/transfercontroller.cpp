@@ -3,6 +3,7 @@
 #include "transport/posixserialtransport.h"
 
 #include "transfer/gcodesender.h"
+#include "transfer/wireformat.h"
 
 
 TransferController::TransferController(TransportFactory factory, QObject *parent)
@@ -52,7 +53,7 @@ void TransferController::send(const QString &content, const QString &fileName, c
     if (m_state.isActive()) {
         return;
     }
-    QByteArray payload = GCodeSender::preparePayload(content, machine.lineTerminator);
+    QByteArray payload = WireFormat::build(content, machine).bytes;
     std::unique_ptr<SerialTransport> transport = m_factory(devicePath);
     const QString endpoint = endpointName(devicePath);
 
@@ -65,6 +66,10 @@ void TransferController::send(const QString &content, const QString &fileName, c
     next.bytesSent = 0;
     next.totalBytes = payload.size();
     next.message = L10n::format("Opening %@…", m_language, {endpoint});
+    m_logPending = true;
+    m_startedAt = QDateTime::currentDateTime();
+    m_clock.start();
+    m_devicePath = devicePath;
     setState(next);
 
     if (!transport) {
@@ -97,6 +102,7 @@ void TransferController::cancel()
     next.status = TransferState::Status::cancelled;
     next.message = L10n::text("Transfer Cancelled", m_language);
     setState(next);
+    logIfEnded();
 }
 
 void TransferController::apply(quint64 generation, const TransferEvent &event)
@@ -141,8 +147,32 @@ void TransferController::apply(quint64 generation, const TransferEvent &event)
         next.status = Status::cancelled;
         next.message = L10n::text("Transfer Cancelled", m_language);
         break;
+    case TransferEvent::Kind::waiting:
+        next.status = Status::connecting;
+        next.message = event.message;
+        break;
     }
     setState(next);
+    logIfEnded();
+}
+
+void TransferController::logIfEnded()
+{
+    if (!m_logPending || m_state.isActive()) {
+        return;
+    }
+    m_logPending = false;
+    TransferLogEntry entry;
+    entry.time = m_startedAt;
+    entry.direction = TransferLogEntry::Direction::send;
+    entry.machine = m_state.machineName;
+    entry.port = m_devicePath;
+    entry.file = m_state.fileName;
+    entry.bytes = m_state.bytesSent;
+    entry.result = TransferState::rawValue(m_state.status);
+    entry.message = m_state.status == TransferState::Status::error ? m_state.message : QString();
+    entry.durationMs = m_clock.elapsed();
+    m_log.append(entry);
 }
 
 void TransferController::setState(const TransferState &state)

@@ -2,10 +2,13 @@
 
 #include "machines/machine.h"
 #include "transfer/transferevent.h"
+#include "transfer/transferlog.h"
 #include "transfer/transferstate.h"
 #include "transport/serialtransport.h"
 #include "base/l10n.h"
 
+#include <QDateTime>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 
@@ -46,6 +49,10 @@ public:
     // Cancels the active transfer; does nothing when none is active.
     void cancel();
 
+    // Where each finished, failed or cancelled transfer is logged (one line).
+    void setTransferLog(const TransferLog &log) { m_log = log; }
+    const TransferLog &transferLog() const { return m_log; }
+
     // The device's short name: its last path component without one leading "cu.".
     static QString endpointName(const QString &devicePath);
 
@@ -56,6 +63,9 @@ signals:
 private:
     void apply(quint64 generation, const TransferEvent &event);
     void setState(const TransferState &state);
+    // Logs the transfer once it has ended; a log that cannot be written is
+    // not the transfer's failure and is ignored.
+    void logIfEnded();
 
     TransportFactory m_factory;
     TransferState m_state;
@@ -66,4 +76,10 @@ private:
     // Sender threads by generation, the cancelled ones included, until their
     // final event has arrived (joining then costs nothing).
     std::map<quint64, std::jthread> m_threads;
+
+    TransferLog m_log;
+    bool m_logPending = false;
+    QDateTime m_startedAt;
+    QElapsedTimer m_clock;
+    QString m_devicePath;
 };

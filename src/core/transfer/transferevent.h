@@ -15,6 +15,7 @@ struct TransferEvent {
         connecting, // the port is being opened
         finished,
         cancelled,
+        waiting, // the port is open and the machine has yet to say it is ready; `message` says so
     };
 
     Kind kind = Kind::connecting;
@@ -28,6 +29,7 @@ struct TransferEvent {
     static TransferEvent connecting() { return {Kind::connecting, 0, {}}; }
     static TransferEvent finished() { return {Kind::finished, 0, {}}; }
     static TransferEvent cancelled() { return {Kind::cancelled, 0, {}}; }
+    static TransferEvent waiting(const QString &text) { return {Kind::waiting, 0, text}; }
 
     bool isFinal() const { return kind == Kind::finished || kind == Kind::failed || kind == Kind::cancelled; }
 

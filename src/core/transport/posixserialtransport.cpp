@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <poll.h>
+#include <unistd.h>
 #include <cstring>
 #include <thread>
 
@@ -256,4 +258,58 @@ bool PosixSerialTransport::interrupted() const
 {
     std::lock_guard guard(m_lock);
     return m_interrupted;
+}
+
+std::optional<TransportError> PosixSerialTransport::waitForXon(const SerialLineSettings &settings)
+{
+    if (m_fd < 0) {
+        return TransportError::notConnected();
+    }
+    constexpr int noFlowControl = 0;
+    constexpr int xonXoff = 1;
+    auto configure = [this](const SerialLineSettings &line) -> std::optional<TransportError> {
+        if (cserial_configure(m_fd, line.baudRate, line.dataBits, line.parity, line.stopBits, line.flowControl,
+                              line.dtr, line.rts) < 0) {
+            const int code = errno;
+            return TransportError::configurationFailed(systemErrorText(code), code);
+        }
+        return std::nullopt;
+    };
+    const bool swallowsXon = settings.flowControl == xonXoff;
+    if (swallowsXon) {
+        SerialLineSettings listening = settings;
+        listening.flowControl = noFlowControl;
+        if (auto error = configure(listening)) {
+            return error;
+        }
+    }
+    const int pollMs = static_cast<int>(m_pollInterval.count());
+    for (;;) {
+        if (interrupted()) {
+            return TransportError::cancelled();
+        }
+        pollfd watch{m_fd, POLLIN, 0};
+        const int ready = ::poll(&watch, 1, pollMs);
+        if (ready < 0 && errno == EINTR) {
+            continue;
+        }
+        if (ready < 0 || (watch.revents & (POLLERR | POLLHUP | POLLNVAL))) {
+            return TransportError::waitFailed();
+        }
+        if (ready == 0) {
+            continue;
+        }
+        char buffer[256];
+        const ssize_t got = ::read(m_fd, buffer, sizeof buffer);
+        if (got < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) {
+            continue;
+        }
+        if (got <= 0) {
+            return TransportError::waitFailed();
+        }
+        if (std::memchr(buffer, 0x11, size_t(got)) != nullptr) {
+            break;
+        }
+    }
+    return swallowsXon ? configure(settings) : std::nullopt;
 }

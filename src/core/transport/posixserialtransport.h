@@ -46,6 +46,10 @@ public:
     // one slice. With `markErrors` in the line settings, the driver's marks are
     // decoded into error offsets.
     std::optional<TransportError> read(ReceivedBytes &into, std::chrono::milliseconds timeout) override;
+    // With XON/XOFF on, the line discipline swallows the machine's DC1 as flow
+    // control, so the line listens without it until the DC1 and is then set
+    // back exactly as opened.
+    std::optional<TransportError> waitForXon(const SerialLineSettings &settings) override;
 
     const QString &devicePath() const { return m_devicePath; }
     bool isOpen() const { return m_fd >= 0; }

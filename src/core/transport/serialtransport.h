@@ -45,4 +45,22 @@ public:
         (void)timeout;
         return TransportError::notConnected();
     }
+    // Blocks on an open port until the machine sends DC1 (XON), the way some
+    // controls say they are ready for a program; whatever else arrives first is
+    // dropped. No time limit: only interrupt() or a lost line ends the wait.
+    // `settings` are the ones the port was opened with, for a transport that
+    // must set the line differently while it listens.
+    virtual std::optional<TransportError> waitForXon(const SerialLineSettings &settings)
+    {
+        (void)settings;
+        for (;;) {
+            ReceivedBytes got;
+            if (auto error = read(got, std::chrono::milliseconds(100))) {
+                return error;
+            }
+            if (got.bytes.contains('\x11')) {
+                return std::nullopt;
+            }
+        }
+    }
 };

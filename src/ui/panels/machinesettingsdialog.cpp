@@ -1,5 +1,7 @@
 #include "machinesettingsdialog.h"
 
+#include "wireformatgroup.h"
+
 #include "window/unsavedchanges.h"
 
 #include "theme/varnpalette.h"
@@ -74,7 +76,8 @@ MachineSettingsDialog::MachineSettingsDialog(AppModel &model, QWidget *parent)
       m_parityCaption(new QLabel(this)), m_parity(new QComboBox(this)), m_stopBitsCaption(new QLabel(this)),
       m_stopBits(new QComboBox(this)), m_flowCaption(new QLabel(this)), m_flowControl(new QComboBox(this)),
       m_terminatorCaption(new QLabel(this)), m_lineTerminator(new QComboBox(this)), m_dtr(new QCheckBox(this)),
-      m_rts(new QCheckBox(this)), m_dripFeed(new QCheckBox(this)), m_validation(new QLabel(this)),
+      m_rts(new QCheckBox(this)), m_dripFeed(new QCheckBox(this)), m_wire(new WireFormatGroup(this)),
+      m_validation(new QLabel(this)),
       m_save(new QPushButton(this)), m_close(new QPushButton(this))
 {
     setMinimumSize(640, 420);
@@ -125,6 +128,7 @@ MachineSettingsDialog::MachineSettingsDialog(AppModel &model, QWidget *parent)
 
     auto *right = new QVBoxLayout;
     right->addWidget(m_form);
+    right->addWidget(m_wire);
     right->addWidget(m_validation);
     right->addStretch(1);
 
@@ -165,6 +169,7 @@ MachineSettingsDialog::MachineSettingsDialog(AppModel &model, QWidget *parent)
     for (QCheckBox *box : {m_dtr, m_rts, m_dripFeed}) {
         connect(box, &QCheckBox::toggled, this, &MachineSettingsDialog::updateButtons);
     }
+    connect(m_wire, &WireFormatGroup::edited, this, &MachineSettingsDialog::updateButtons);
 
     connect(&m_model.machineStore(), &MachineStore::machinesChanged, this, &MachineSettingsDialog::fillList);
     connect(&m_model, &AppModel::languageChanged, this, &MachineSettingsDialog::retranslate);
@@ -196,6 +201,12 @@ void MachineSettingsDialog::retranslate()
     m_dripFeed->setText(L10n::text("Drip Feed", language));
     m_save->setText(L10n::text("Save", language));
     m_close->setText(L10n::text("Close", language));
+    {
+        const bool wasFillingWire = m_filling;
+        m_filling = true;
+        m_wire->retranslate(language);
+        m_filling = wasFillingWire;
+    }
 
     const bool wasFilling = m_filling;
     m_filling = true; // relabelling the pickers is no edit
@@ -283,6 +294,7 @@ void MachineSettingsDialog::showMachine(const std::optional<Machine> &machine)
     m_dtr->setChecked(shown.dtr);
     m_rts->setChecked(shown.rts);
     m_dripFeed->setChecked(shown.dripFeed);
+    m_wire->showMachine(shown);
     for (int row = 0; row < m_list->count(); ++row) {
         if (m_list->item(row)->data(kIdRole).toString() == m_currentId) {
             m_list->setCurrentRow(row);
@@ -290,13 +302,15 @@ void MachineSettingsDialog::showMachine(const std::optional<Machine> &machine)
     }
     m_filling = false;
     m_form->setEnabled(machine.has_value());
+    m_wire->setEnabled(machine.has_value());
     showValidation({});
     updateButtons();
 }
 
 Machine MachineSettingsDialog::formMachine() const
 {
-    Machine machine;
+    // Fields the form does not show (those of receiving) keep their stored values.
+    Machine machine = storedMachine(m_currentId).value_or(Machine{});
     machine.id = m_currentId;
     machine.name = m_name->text();
     // Empty or unreadable reads as 0, which validation then refuses.
@@ -309,7 +323,7 @@ Machine MachineSettingsDialog::formMachine() const
     machine.dtr = m_dtr->isChecked();
     machine.rts = m_rts->isChecked();
     machine.dripFeed = m_dripFeed->isChecked();
-    return machine;
+    return m_wire->apply(machine);
 }
 
 bool MachineSettingsDialog::hasUnsavedChanges() const

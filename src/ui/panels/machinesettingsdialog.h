@@ -15,6 +15,7 @@ class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
+class WireFormatGroup;
 
 // "Manage Machines…": the user's machine profiles on the left, every field of
 // the chosen one on the right. New and duplicated profiles go into the store at
@@ -61,6 +62,7 @@ public:
     QCheckBox *dtrField() const { return m_dtr; }
     QCheckBox *rtsField() const { return m_rts; }
     QCheckBox *dripFeedField() const { return m_dripFeed; }
+    WireFormatGroup *wireFormatGroup() const { return m_wire; }
 
     void done(int result) override;
 
@@ -101,6 +103,7 @@ private:
     QCheckBox *m_dtr;
     QCheckBox *m_rts;
     QCheckBox *m_dripFeed;
+    WireFormatGroup *m_wire;
     QLabel *m_validation;
     QPushButton *m_save;
     QPushButton *m_close;

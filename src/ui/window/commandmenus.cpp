@@ -5,11 +5,33 @@
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
 
+#include "panels/bytepreviewdialog.h"
+#include "panels/transferlogdialog.h"
+
 #include "workspace/appmodel.h"
 
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
+
+namespace {
+
+// One window of each kind: a second choice of the menu item brings the open
+// one to the front.
+template <typename Dialog>
+void showSingle(QWidget *window, const std::function<Dialog *()> &make)
+{
+    Dialog *dialog = window->findChild<Dialog *>(QString(), Qt::FindDirectChildrenOnly);
+    if (!dialog) {
+        dialog = make();
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    dialog->show();
+    dialog->raise();
+    dialog->activateWindow();
+}
+
+} // namespace
 
 CommandMenus::CommandMenus(AppModel &model, EditorController &controller, QMenuBar *bar, WindowHooks hooks)
     : QObject(bar), m_model(model), m_controller(controller), m_bar(bar), m_hooks(std::move(hooks))
@@ -131,6 +153,16 @@ void CommandMenus::build()
     machine->addSeparator();
     add(machine, VARN_TR_KEY("Refresh Ports"), {}, [&model] { model.refreshPorts(); });
     add(machine, VARN_TR_KEY("Manage Machines…"), {}, [&model] { model.setShowingMachines(true); });
+    machine->addSeparator();
+    add(machine, VARN_TR_KEY("Byte Preview"), {}, [this, &model] {
+        QWidget *window = m_bar->window();
+        showSingle<BytePreviewDialog>(window, [&] { return new BytePreviewDialog(model, window); });
+    });
+    add(machine, VARN_TR_KEY("Transfer Log…"), {}, [this, &model] {
+        QWidget *window = m_bar->window();
+        showSingle<TransferLogDialog>(
+            window, [&] { return new TransferLogDialog(model, model.transfer().transferLog(), window); });
+    });
 
     QMenu *help = TranslatedAction::menu(m_bar, VARN_TR_KEY("Help"));
     add(help, VARN_TR_KEY("About VARN Edit"), {}, m_hooks.showAbout)->setMenuRole(QAction::AboutRole);
