@@ -71,6 +71,9 @@ std::optional<TransportError> PosixSerialTransport::open(const SerialLineSetting
         cserial_close(fd);
         return TransportError::configurationFailed(systemErrorText(code), code);
     }
+    // Best effort: where the driver refuses, the port diagnostics tell the user
+    // which sysfs file to change instead.
+    cserial_set_low_latency(fd);
     m_fd = fd;
     return std::nullopt;
 }
