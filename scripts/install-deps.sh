@@ -9,6 +9,7 @@ packages=(
   libqscintilla2-qt6-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   fonts-dejavu-core socat desktop-file-utils
+  ser2net
 )
 
 missing=()

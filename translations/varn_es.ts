@@ -1642,6 +1642,80 @@
     <message>
         <source>Receive</source>
         <translation>Recibir</translation>
+        <source>not an address of the form tcp://HOST:PORT or rfc2217://HOST:PORT</source>
+        <translation>no es una dirección de la forma tcp://HOST:PUERTO o rfc2217://HOST:PUERTO</translation>
+    </message>
+    <message>
+        <source>the server does not offer serial port control (RFC 2217); use tcp:// for a raw server</source>
+        <translation>el servidor no ofrece control del puerto serie (RFC 2217); use tcp:// para un servidor sin protocolo</translation>
+    </message>
+    <message>
+        <source>the server did not confirm the line settings in time</source>
+        <translation>el servidor no confirmó a tiempo los parámetros de la línea</translation>
+    </message>
+    <message>
+        <source>the server refused %@</source>
+        <translation>el servidor rechazó %@</translation>
+    </message>
+    <message>
+        <source>%@ baud</source>
+        <translation>%@ baudios</translation>
+    </message>
+    <message>
+        <source>%@ data bits</source>
+        <translation>%@ bits de datos</translation>
+    </message>
+    <message>
+        <source>the parity</source>
+        <translation>la paridad</translation>
+    </message>
+    <message>
+        <source>%@ stop bits</source>
+        <translation>%@ bits de parada</translation>
+    </message>
+    <message>
+        <source>the flow control</source>
+        <translation>el control de flujo</translation>
+    </message>
+    <message>
+        <source>the server closed the connection</source>
+        <translation>el servidor cerró la conexión</translation>
+    </message>
+    <message>
+        <source>%@: the FTDI latency timer is %@ ms, which delays every XOFF and received byte. VARN Edit asks for low latency when it opens the port; where that is refused, set it to 1 ms: echo 1 | sudo tee %@</source>
+        <translation>%@: el temporizador de latencia FTDI está en %@ ms, lo que retrasa cada XOFF y cada byte recibido. VARN Edit pide baja latencia al abrir el puerto; si se le niega, póngalo a 1 ms: echo 1 | sudo tee %@</translation>
+    </message>
+    <message>
+        <source>%@: ModemManager is running and may send AT commands to this port when it appears. Install VARN Edit's udev rules, or stop ModemManager if this PC has no modem (sudo systemctl disable --now ModemManager).</source>
+        <translation>%@: ModemManager está en marcha y puede enviar órdenes AT a este puerto cuando aparece. Instale las reglas udev de VARN Edit, o detenga ModemManager si este PC no tiene módem (sudo systemctl disable --now ModemManager).</translation>
+    </message>
+    <message>
+        <source>%@: brltty (for braille displays) is installed and may take this CH340/CH341 adapter the next time it is plugged in; the port then vanishes. Remove it if no braille display is used (sudo apt remove brltty).</source>
+        <translation>%@: brltty (para líneas braille) está instalado y puede quedarse con este adaptador CH340/CH341 la próxima vez que se conecte; el puerto desaparece entonces. Desinstálelo si no usa una línea braille (sudo apt remove brltty).</translation>
+    </message>
+    <message>
+        <source>A CH340/CH341 USB serial adapter is plugged in but has no port: brltty (for braille displays) has taken it. Remove brltty (sudo apt remove brltty), then plug the adapter in again.</source>
+        <translation>Hay un adaptador serie USB CH340/CH341 conectado pero sin puerto: brltty (para líneas braille) se ha quedado con él. Desinstale brltty (sudo apt remove brltty) y vuelva a conectar el adaptador.</translation>
+    </message>
+    <message>
+        <source>No Such Port</source>
+        <translation>No existe ese puerto</translation>
+    </message>
+    <message>
+        <source>&quot;%@&quot; is not a port in the list. Type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT.</source>
+        <translation>&quot;%@&quot; no es un puerto de la lista. Escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO.</translation>
+    </message>
+    <message>
+        <source>Not a Network Address</source>
+        <translation>No es una dirección de red</translation>
+    </message>
+    <message>
+        <source>Type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT, for example rfc2217://192.168.1.20:4001.</source>
+        <translation>Escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO, por ejemplo rfc2217://192.168.1.20:4001.</translation>
+    </message>
+    <message>
+        <source>Pick a port, or type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT and press Enter.</source>
+        <translation>Elija un puerto, o escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO y pulse Intro.</translation>
     </message>
 </context>
 </TS>

@@ -5,6 +5,7 @@
 #include "machines/machinestore.h"
 #include "transfer/transfercontroller.h"
 #include "transfer/wireformat.h"
+#include "transport/serialdiagnostics.h"
 #include "transport/serialportscanner.h"
 #include "transport/transporterror.h"
 
@@ -24,6 +25,8 @@ const OptionSpec kJson{QStringLiteral("--json"), {}, false};
 int ports(CommandContext &ctx)
 {
     const QList<SerialPort> found = SerialPortScanner::available();
+    // What could make an adapter lose bytes or vanish; listed only where there is something to say.
+    const QList<SerialDiagnostic> system = SerialDiagnostics::forSystem();
     QString out;
     if (ctx.invocation().has(kJson.name)) {
         JsonWriter json;
@@ -32,6 +35,14 @@ int ports(CommandContext &ctx)
             json.beginObject();
             json.key("path").string(port.path);
             json.key("label").string(port.label);
+            const QList<SerialDiagnostic> advice = SerialDiagnostics::forPort(port.path);
+            if (!advice.isEmpty()) {
+                json.key("advice").beginArray();
+                for (const SerialDiagnostic &item : advice) {
+                    json.string(item.description(ctx.language()));
+                }
+                json.endArray();
+            }
             json.endObject();
         }
         json.endArray();
@@ -43,7 +54,13 @@ int ports(CommandContext &ctx)
         for (const SerialPort &port : found) {
             out += port.label.isEmpty() ? port.path : port.path + QStringLiteral("  ") + port.label;
             out += QLatin1Char('\n');
+            for (const SerialDiagnostic &item : SerialDiagnostics::forPort(port.path)) {
+                out += QStringLiteral("  ! ") + item.description(ctx.language()) + QLatin1Char('\n');
+            }
         }
+    }
+    for (const SerialDiagnostic &item : system) {
+        CommandContext::writeErr(QStringLiteral("! ") + item.description(ctx.language()));
     }
     CommandContext::writeOut(out.toUtf8());
     return ExitStatus::ok;

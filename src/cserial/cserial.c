@@ -6,6 +6,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <linux/serial.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
@@ -273,6 +274,22 @@ int cserial_output_pending(int fd)
         return -1;
     }
     return pending;
+}
+
+int cserial_set_low_latency(int fd)
+{
+    struct serial_struct info;
+    if (cserial_syscalls.ioctl(fd, TIOCGSERIAL, &info) < 0) {
+        return -1;
+    }
+    if (info.flags & ASYNC_LOW_LATENCY) {
+        return 0;
+    }
+    info.flags |= ASYNC_LOW_LATENCY;
+    if (cserial_syscalls.ioctl(fd, TIOCSSERIAL, &info) < 0) {
+        return -1;
+    }
+    return 1;
 }
 
 void cserial_close(int fd)

@@ -52,6 +52,13 @@ int cserial_wait_readable(int fd, int timeoutMilliseconds);
  * was read without the marks.
  */
 int cserial_mark_errors(int fd);
+/*
+ * Asks the driver to pass on received bytes at once (ASYNC_LOW_LATENCY); an
+ * FTDI adapter then drops its latency timer from 16 ms to 1 ms, so an XOFF
+ * reaches the sender that much sooner. 1 newly set, 0 already set, -1 not
+ * possible (ENOTTY on a pty or a driver without it, EPERM when refused).
+ */
+int cserial_set_low_latency(int fd);
 
 /* Closes the descriptor; a negative one is ignored. */
 void cserial_close(int fd);

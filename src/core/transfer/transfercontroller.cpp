@@ -1,5 +1,7 @@
 #include "transfercontroller.h"
 
+#include "transport/networkaddress.h"
+#include "transport/networkserialtransport.h"
 #include "transport/posixserialtransport.h"
 
 #include "transfer/gcodesender.h"
@@ -7,12 +9,20 @@
 
 
 TransferController::TransferController(TransportFactory factory, QObject *parent)
-    : QObject(parent), m_factory(factory ? std::move(factory) : TransportFactory(&makeSerialTransport))
+    : QObject(parent),
+      m_factory(factory ? std::move(factory)
+                        : TransportFactory([this](const QString &path) { return makeSerialTransport(path, m_language); }))
 {
 }
 
-std::unique_ptr<SerialTransport> TransferController::makeSerialTransport(const QString &devicePath)
+std::unique_ptr<SerialTransport> TransferController::makeSerialTransport(const QString &devicePath,
+                                                                         AppLanguage language)
 {
+    // A malformed network address still goes to the network transport, whose
+    // open says what is wrong with it, rather than to termios as a file name.
+    if (NetworkAddress::isNetworkPort(devicePath)) {
+        return std::make_unique<NetworkSerialTransport>(devicePath.trimmed(), language);
+    }
     return std::make_unique<PosixSerialTransport>(devicePath);
 }
 

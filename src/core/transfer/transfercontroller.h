@@ -32,9 +32,11 @@ public:
     // Makes the transport for one transfer from the device path.
     using TransportFactory = std::function<std::unique_ptr<SerialTransport>(const QString &devicePath)>;
 
-    // Without a factory, transfers go through the termios transport.
+    // Without a factory, transfers go through the transport the port's name
+    // asks for: a network server for tcp:// and rfc2217://, termios otherwise.
     explicit TransferController(TransportFactory factory = {}, QObject *parent = nullptr);
-    static std::unique_ptr<SerialTransport> makeSerialTransport(const QString &devicePath);
+    static std::unique_ptr<SerialTransport> makeSerialTransport(const QString &devicePath,
+                                                                AppLanguage language = AppLanguage::english);
     // Stops a running transfer and waits for its thread (a fraction of a second).
     ~TransferController() override;
 

@@ -81,6 +81,9 @@ std::optional<TransportError> PosixSerialTransport::open(const SerialLineSetting
     }
     m_markErrors = settings.markErrors;
     m_decoder.reset();
+    // Best effort: where the driver refuses, the port diagnostics tell the user
+    // which sysfs file to change instead.
+    cserial_set_low_latency(fd);
     m_fd = fd;
     return std::nullopt;
 }

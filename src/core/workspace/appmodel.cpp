@@ -1,6 +1,8 @@
 #include "appmodel.h"
 
+#include "transport/networkaddress.h"
 #include "transport/serialportscanner.h"
+#include "workspace/networkporthistory.h"
 #include "workspace/dialogs.h"
 #include "workspace/externalfileopencoordinator.h"
 #include "base/textfile.h"
@@ -18,6 +20,7 @@ const QString kAppearanceKey = QStringLiteral("varn.appearance");
 const QString kLanguageKey = QStringLiteral("varn.language");
 const QString kFontSizeKey = QStringLiteral("varn.fontSize");
 const QString kFoldersKey = QStringLiteral("varn.folders");
+const QString kNetworkPortsKey = QStringLiteral("varn.networkPorts");
 
 // Absolute, with "." and ".." resolved, so one file has one URL however it
 // was named (a relative VARN_OPEN, a path with "..", the open panel's answer).
@@ -530,12 +533,55 @@ void AppModel::refreshPorts()
         m_ports = found;
         emit portsChanged();
     }
+    // A network port does not come and go with the adapters.
     const bool stillThere =
-        m_selectedPortPath && std::any_of(m_ports.cbegin(), m_ports.cend(),
-                                          [&](const SerialPort &port) { return port.path == *m_selectedPortPath; });
+        m_selectedPortPath && (NetworkAddress::isNetworkPort(*m_selectedPortPath) || std::any_of(m_ports.cbegin(), m_ports.cend(),
+                                          [&](const SerialPort &port) { return port.path == *m_selectedPortPath; }));
     if (!stillThere) {
         setSelectedPortPath(m_ports.isEmpty() ? std::nullopt : std::optional<QString>(m_ports.first().path));
     }
+}
+
+QStringList AppModel::networkPorts() const
+{
+    return m_selectedMachineId ? NetworkPortHistory::addresses(m_settings->value(kNetworkPortsKey), *m_selectedMachineId)
+                               : QStringList();
+}
+
+bool AppModel::choosePort(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    if (!NetworkAddress::isNetworkPort(trimmed)) {
+        const auto listed = std::find_if(m_ports.cbegin(), m_ports.cend(), [&](const SerialPort &port) {
+            return port.path == trimmed || TransferController::endpointName(port.path) == trimmed;
+        });
+        if (listed == m_ports.cend()) {
+            setAlert(L10n::text("No Such Port", m_language),
+                     L10n::format("\"%@\" is not a port in the list. Type a network port as tcp://HOST:PORT or "
+                                  "rfc2217://HOST:PORT.",
+                                  m_language, {trimmed}));
+            return false;
+        }
+        setSelectedPortPath(listed->path);
+        return true;
+    }
+    const std::optional<NetworkAddress> address = NetworkAddress::parse(trimmed);
+    if (!address) {
+        setAlert(L10n::text("Not a Network Address", m_language),
+                 L10n::text("Type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT, for example "
+                            "rfc2217://192.168.1.20:4001.",
+                            m_language));
+        return false;
+    }
+    const QString normalised = address->toString();
+    if (m_selectedMachineId) {
+        m_settings->setValue(kNetworkPortsKey, NetworkPortHistory::remember(m_settings->value(kNetworkPortsKey),
+                                                                            *m_selectedMachineId, normalised));
+        m_settings->sync();
+        emit portsChanged();
+    }
+    setSelectedPortPath(normalised);
+    return true;
 }
 
 void AppModel::send()

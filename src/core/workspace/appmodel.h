@@ -150,6 +150,12 @@ public:
     std::optional<QString> selectedPortPath() const { return m_selectedPortPath; }
     void setSelectedPortPath(std::optional<QString> path);
     void refreshPorts();
+    // Network ports typed for the selected machine, most recent first.
+    QStringList networkPorts() const;
+    // A port the user typed: a network address is checked, remembered for the
+    // selected machine and selected; anything else must be a listed device.
+    // False (with an alert) when the text names no port.
+    bool choosePort(const QString &text);
     void send();
     TransferController &transfer() { return *m_transfer; }
 

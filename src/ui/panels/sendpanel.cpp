@@ -2,12 +2,15 @@
 
 #include "theme/varnpalette.h"
 
+#include "transport/networkaddress.h"
+#include "transport/serialdiagnostics.h"
 #include "transport/transporterror.h"
 #include "workspace/appmodel.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -84,7 +87,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
       m_ports(new PortComboBox([this] { m_model.refreshPorts(); }, this)), m_refresh(new QToolButton(this)),
       m_send(new QPushButton(this)), m_receive(new QToolButton(this)), m_cancel(new QPushButton(this)), m_status(new QLabel(this)),
       m_route(new QLabel(this)), m_progress(new QProgressBar(this)), m_progressText(new QLabel(this)),
-      m_message(new QLabel(this)), m_hint(new QLabel(this))
+      m_message(new QLabel(this)), m_hint(new QLabel(this)), m_advice(new QLabel(this))
 {
     m_machines->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_machines->setMinimumContentsLength(10);
@@ -92,6 +95,9 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     // keeps to a width that leaves room for the buttons.
     m_ports->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_ports->setMinimumContentsLength(20);
+    // Typed text selects a port only through the model, which checks it.
+    m_ports->setEditable(true);
+    m_ports->setInsertPolicy(QComboBox::NoInsert);
     m_refresh->setText(QStringLiteral("↻"));
     m_refresh->setAutoRaise(true);
     m_summary->setForegroundRole(QPalette::PlaceholderText);
@@ -120,6 +126,10 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     m_hint->setWordWrap(true);
     m_hint->setTextInteractionFlags(Qt::TextSelectableByMouse);
     paintText(m_hint, VarnPalette::danger());
+    m_advice->setWordWrap(true);
+    m_advice->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_advice->setVisible(false);
+    paintText(m_advice, VarnPalette::warning());
 
     auto *pickers = new QHBoxLayout;
     pickers->addWidget(m_machineCaption);
@@ -148,6 +158,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     column->addLayout(progressRow);
     column->addWidget(m_message);
     column->addWidget(m_hint);
+    column->addWidget(m_advice);
 
     connect(m_machines, &QComboBox::activated, this, [this](int index) {
         m_model.setSelectedMachineId(m_machines->itemData(index).toString());
@@ -158,6 +169,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
             m_model.setSelectedPortPath(path);
         }
     });
+    connect(m_ports->lineEdit(), &QLineEdit::returnPressed, this, &SendPanel::chooseTypedPort);
     connect(m_manage, &QToolButton::clicked, this, [this] { m_model.setShowingMachines(true); });
     connect(m_refresh, &QToolButton::clicked, this, [this] { m_model.refreshPorts(); });
     connect(m_send, &QPushButton::clicked, this, [this] { m_model.send(); });
@@ -167,6 +179,8 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
 
     connect(&m_model.machineStore(), &MachineStore::machinesChanged, this, &SendPanel::fillMachines);
     connect(&m_model, &AppModel::selectedMachineChanged, this, &SendPanel::fillMachines);
+    // Each machine has its own typed network ports.
+    connect(&m_model, &AppModel::selectedMachineChanged, this, &SendPanel::fillPorts);
     connect(&m_model, &AppModel::portsChanged, this, &SendPanel::fillPorts);
     connect(&m_model, &AppModel::selectedPortChanged, this, &SendPanel::fillPorts);
     connect(&m_model.transfer(), &TransferController::stateChanged, this, &SendPanel::showState);
@@ -219,9 +233,47 @@ void SendPanel::fillPorts()
         m_ports->addItem(portText(port), port.path);
         m_ports->setItemData(m_ports->count() - 1, port.path, Qt::ToolTipRole);
     }
-    m_ports->setPlaceholderText(L10n::text("No ports found", m_model.language()));
-    const int current = m_model.selectedPortPath() ? m_ports->findData(*m_model.selectedPortPath()) : -1;
+    QStringList network = m_model.networkPorts();
+    const std::optional<QString> selected = m_model.selectedPortPath();
+    if (selected && NetworkAddress::isNetworkPort(*selected) && !network.contains(*selected)) {
+        network.prepend(*selected);
+    }
+    for (const QString &address : network) {
+        m_ports->addItem(address, address);
+    }
+    const AppLanguage language = m_model.language();
+    m_ports->setPlaceholderText(L10n::text("No ports found", language));
+    m_ports->lineEdit()->setPlaceholderText(m_model.ports().isEmpty() ? L10n::text("No ports found", language)
+                                                                       : L10n::text("Port", language));
+    m_ports->setToolTip(L10n::text("Pick a port, or type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT "
+                                   "and press Enter.",
+                                   language));
+    const int current = selected ? m_ports->findData(*selected) : -1;
     m_ports->setCurrentIndex(current);
+
+    QStringList advice;
+    QList<SerialDiagnostic> findings = selected ? SerialDiagnostics::forPort(*selected) : QList<SerialDiagnostic>();
+    findings += SerialDiagnostics::forSystem();
+    for (const SerialDiagnostic &finding : findings) {
+        advice.append(finding.description(language));
+    }
+    m_advice->setText(advice.join(QLatin1Char('\n')));
+    m_advice->setVisible(!advice.isEmpty());
+}
+
+void SendPanel::chooseTypedPort()
+{
+    const QString text = m_ports->lineEdit()->text().trimmed();
+    // Enter on a listed entry's own text has already selected it.
+    const int listed = m_ports->findText(text);
+    if (text.isEmpty() || (listed >= 0 && m_ports->itemData(listed).toString() == m_model.selectedPortPath())) {
+        return;
+    }
+    if (listed >= 0) {
+        m_model.setSelectedPortPath(m_ports->itemData(listed).toString());
+    } else if (!m_model.choosePort(text)) {
+        fillPorts(); // back to the port that stays selected
+    }
 }
 
 void SendPanel::showState()

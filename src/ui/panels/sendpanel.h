@@ -21,6 +21,11 @@ class QToolButton;
 // model explains what is missing); Cancel only while one does. A transfer the
 // system refused for lack of permission on the device gets a second line
 // saying how to fix that.
+//
+// The port picker also takes a typed network port (tcp://HOST:PORT,
+// rfc2217://HOST:PORT), which the model remembers for the machine and lists
+// from then on. Under the picker, what could make the chosen USB adapter lose
+// bytes or vanish (its latency timer, ModemManager, brltty) is said in words.
 class SendPanel : public QWidget {
     Q_OBJECT
 
@@ -38,11 +43,13 @@ public:
     QLabel *messageLabel() const { return m_message; }
     QLabel *hintLabel() const { return m_hint; }
     QLabel *routeLabel() const { return m_route; }
+    QLabel *adviceLabel() const { return m_advice; }
 
 private:
     void retranslate();
     void fillMachines();
     void fillPorts();
+    void chooseTypedPort();
     void showState();
 
     AppModel &m_model;
@@ -62,6 +69,7 @@ private:
     QLabel *m_progressText;
     QLabel *m_message;
     QLabel *m_hint;
+    QLabel *m_advice;
     // The device of the transfer on show: the hint is about that one, even if
     // the user has picked another port since.
     QString m_transferPort;
