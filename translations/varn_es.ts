@@ -1347,5 +1347,9 @@
         <source>G-code editor and DNC sender for CNC machines.</source>
         <translation>Editor de código G y emisor DNC para máquinas CNC.</translation>
     </message>
+    <message>
+        <source>Line Numbers</source>
+        <translation>Números de línea</translation>
+    </message>
 </context>
 </TS>

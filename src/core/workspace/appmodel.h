@@ -164,6 +164,9 @@ public:
     bool showingMachines() const { return m_showingMachines; }
     void setShowingMachines(bool showing);
     bool showInspector() const { return m_showInspector; }
+    // The editor's line-number gutter; off unless the user turned it on.
+    bool showLineNumbers() const { return m_showLineNumbers; }
+    void setShowLineNumbers(bool show);
     void setShowInspector(bool show);
     void toggleInspector();
 
@@ -183,6 +186,12 @@ public:
     void showAxisRanges();
 
     // --- Analysis ---------------------------------------------------------
+    // `analysis` is only ever the analysis of the selected document's text as
+    // it is now: it is cleared the moment that text changes, another document
+    // is selected or a load is still filling the document in, so no panel can
+    // show the figures of other text. `analysisInProgress` is set while a
+    // result for the current text is on its way (a load to wait for, the
+    // delay after typing, or the analysis itself).
     const std::optional<ProgramAnalysis> &analysis() const { return m_analysis; }
     bool analysisInProgress() const { return m_analysisInProgress; }
     void refreshAnalysis();
@@ -220,6 +229,7 @@ signals:
     void editorFontSizeChanged(double points);
     void showingMachinesChanged(bool showing);
     void showInspectorChanged(bool show);
+    void showLineNumbersChanged(bool show);
     void alertChanged();
     void analysisChanged();
     void analysisInProgressChanged(bool inProgress);
@@ -247,6 +257,7 @@ private:
     void loadFileInBackground(EditorDocument *document);
     void finishLoad(const QUuid &id, LoadResult result);
     void documentTextChanged(EditorDocument *document);
+    void documentLoadingChanged(EditorDocument *document, bool loading);
     void ensureOneDocument();
 
     void touchFileCache(const QUrl &url);
@@ -279,6 +290,7 @@ private:
     std::optional<AppAlert> m_alert;
     bool m_showingMachines = false;
     bool m_showInspector = false;
+    bool m_showLineNumbers = false;
     double m_editorFontSize = 13.0;
 
     std::optional<ProgramAnalysis> m_analysis;

@@ -1,6 +1,7 @@
 #include "gcodeeditor.h"
 
 #include "findbar.h"
+#include "linenumbergutter.h"
 #include "scintillatextstorage.h"
 #include "theme/appearance.h"
 
@@ -127,12 +128,14 @@ GCodeEditor::GCodeEditor(QWidget *parent) : QsciScintilla(parent)
         if (updated & (SC_UPDATE_V_SCROLL | SC_UPDATE_H_SCROLL)) {
             scheduleVisibleHighlight();
         }
+        m_gutter->refresh();
     });
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { scheduleVisibleHighlight(); });
 
     setAcceptDrops(true);
     viewport()->setAcceptDrops(true);
 
+    m_gutter = new LineNumberGutter(this);
     m_dark = Appearance::isDark(palette());
     setFontSize(QFontDatabase::systemFont(QFontDatabase::FixedFont).pointSizeF());
 
@@ -579,6 +582,26 @@ void GCodeEditor::applyStyleColours()
     SendScintilla(SCI_SETSELBACK, 1UL,
                   p.color(QPalette::Active, QPalette::Highlight).lighter(m_dark ? 80 : 160));
     SendScintilla(SCI_SETCARETLINEVISIBLE, 0UL);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(m_fontSize);
+    if (m_gutter) { // palette changes may arrive while the constructor runs
+        m_gutter->restyle(font, paper, text);
+    }
+}
+
+void GCodeEditor::setLineNumbersVisible(bool visible)
+{
+    m_gutter->setVisible(visible);
+}
+
+bool GCodeEditor::lineNumbersVisible() const
+{
+    return m_gutter->isVisible();
+}
+
+int GCodeEditor::lineNumbersWidth() const
+{
+    return m_gutter->width();
 }
 
 // ---- edits ---------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 class AppModel;
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -21,6 +22,11 @@ class QToolButton;
 // model explains what is missing); Cancel only while one does. A transfer the
 // system refused for lack of permission on the device gets a second line
 // saying how to fix that.
+//
+// The machine and port pickers share one row while the machine's line
+// summary fits beside them whole; where it would not (a narrow editor, the
+// longer Spanish captions), the port picker and then the summary flow onto
+// rows of their own rather than cutting the summary short.
 class SendPanel : public QWidget {
     Q_OBJECT
 
@@ -39,7 +45,11 @@ public:
     QLabel *hintLabel() const { return m_hint; }
     QLabel *routeLabel() const { return m_route; }
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
 private:
+    void fitPickers();
     void retranslate();
     void fillMachines();
     void fillPorts();
@@ -53,6 +63,10 @@ private:
     QLabel *m_portCaption;
     QComboBox *m_ports;
     QToolButton *m_refresh;
+    QWidget *m_portGroup;
+    // The pickers' rows: the first always holds the machine picker; the
+    // summary and the port group flow into the others when they do not fit.
+    QHBoxLayout *m_pickerRows[3];
     QPushButton *m_send;
     QPushButton *m_cancel;
     QLabel *m_status;
