@@ -125,7 +125,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     paintText(m_hint, VarnPalette::danger());
 
     auto *portPickers = new QHBoxLayout(m_portGroup);
-    portPickers->setContentsMargins(0, 0, 0, 0);
+    portPickers->setContentsMargins(kPortGap + kRowSpacing, 0, 0, 0); // beside the summary, as fitPickers keeps it
     portPickers->setSpacing(kRowSpacing); // as the rows around it
     portPickers->addWidget(m_portCaption);
     portPickers->addWidget(m_ports);
@@ -224,8 +224,19 @@ void SendPanel::resizeEvent(QResizeEvent *event)
     fitPickers();
 }
 
+void SendPanel::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    fitPickers();
+}
+
 void SendPanel::fitPickers()
 {
+    // Until it is shown the panel has no width of its own, and its size hint
+    // (which decides the height the window first gives it) is the one-row one.
+    if (!isVisible()) {
+        return;
+    }
     // Rows filled in order from size hints and the text, never from the
     // current geometry, so a move cannot make the pickers want to move back.
     const QMargins margins = layout() ? layout()->contentsMargins() : QMargins();
