@@ -1716,6 +1716,8 @@
     <message>
         <source>Pick a port, or type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT and press Enter.</source>
         <translation>Elija un puerto, o escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO y pulse Intro.</translation>
+        <source>Line Numbers</source>
+        <translation>Números de línea</translation>
     </message>
 </context>
 </TS>

@@ -156,3 +156,30 @@ TEST_F(EditorTest, LinesDamagedOnTheWayFromTheMachineAreMarkedOnlyInTheirDocumen
     show(received);
     EXPECT_NE(sci(Sci::SCI_MARKERGET, 2), 0);
 }
+
+TEST_F(EditorTest, LineNumberGutterWidensWithTheDigitsAndSelectsTheClickedLine)
+{
+    QString text;
+    for (int line = 1; line <= 9; ++line) {
+        text += QStringLiteral("N%1 G1 X%1\n").arg(line);
+    }
+    EditorDocument document(QUrl(), text);
+    show(document);
+    EXPECT_EQ(sci(Sci::SCI_GETMARGINS), 0) << "off at first: the view keeps its usual look";
+    editor.setLineNumbersVisible(true);
+    QCoreApplication::processEvents();
+    const int narrow = editor.lineNumbersWidth();
+    EXPECT_GT(narrow, 0);
+    EXPECT_EQ(sci(Sci::SCI_GETMARGINWIDTHN, 0), narrow);
+
+    const long y = sci(Sci::SCI_POINTYFROMPOSITION, 0, sci(Sci::SCI_POSITIONFROMLINE, 4));
+    QTest::mouseClick(editor.viewport(), Qt::LeftButton, {}, QPoint(narrow / 2, int(y) + 3));
+    EXPECT_EQ(selected(), QStringLiteral("N5 G1 X5\n"));
+
+    document.setText(text.repeated(12)); // 108 lines
+    QCoreApplication::processEvents();
+    EXPECT_GT(editor.lineNumbersWidth(), narrow) << "a third digit needs room";
+    editor.setLineNumbersVisible(false);
+    EXPECT_EQ(editor.lineNumbersWidth(), 0);
+    EXPECT_EQ(sci(Sci::SCI_GETMARGINS), 0);
+}

@@ -71,6 +71,15 @@ TEST_F(UiTest, MenuToolsRewriteTheProgramAndTheFontStepsOnePoint)
     trigger("Decrease Font Size");
     EXPECT_EQ(model->editorFontSize(), size + 1);
     EXPECT_EQ(window->editorPane()->editor()->fontSize(), size + 1);
+
+    EXPECT_FALSE(window->editorPane()->editor()->lineNumbersVisible());
+    trigger("Line Numbers");
+    EXPECT_TRUE(window->editorPane()->editor()->lineNumbersVisible());
+    EXPECT_TRUE(stored("varn.lineNumbers").toBool()) << "remembered for the next start";
+    AppModel::Options options;
+    options.settingsFile = path("settings.ini");
+    options.machineStoreFile = path("machines.json");
+    EXPECT_TRUE(AppModel(std::move(options)).showLineNumbers());
 }
 
 TEST_F(UiTest, SpanishLeavesNoMenuItemInEnglish)

@@ -21,6 +21,7 @@ const QString kLanguageKey = QStringLiteral("varn.language");
 const QString kFontSizeKey = QStringLiteral("varn.fontSize");
 const QString kFoldersKey = QStringLiteral("varn.folders");
 const QString kNetworkPortsKey = QStringLiteral("varn.networkPorts");
+const QString kLineNumbersKey = QStringLiteral("varn.lineNumbers");
 
 // Absolute, with "." and ".." resolved, so one file has one URL however it
 // was named (a relative VARN_OPEN, a path with "..", the open panel's answer).
@@ -89,6 +90,7 @@ AppModel::AppModel(Options options, QObject *parent)
     if (AppLanguages::fromRawValue(m_settings->value(kLanguageKey).toString(), &stored)) {
         m_language = stored;
     }
+    m_showLineNumbers = m_settings->value(kLineNumbersKey, false).toBool();
 
     m_analysisDelay.setSingleShot(true);
     m_analysisDelay.setInterval(analysisDelayMs);
@@ -179,6 +181,8 @@ void AppModel::setSelectedDocumentId(std::optional<QUuid> id)
     emit selectedDocumentChanged();
     if (m_showInspector) {
         refreshAnalysis();
+    } else if (m_analysis) {
+        setAnalysis(std::nullopt); // it described the document shown before
     }
 }
 
@@ -187,6 +191,8 @@ void AppModel::adopt(EditorDocument *doc, qsizetype index)
     doc->setParent(this);
     m_documents.insert(index, doc);
     connect(doc, &EditorDocument::textChanged, this, [this, doc] { documentTextChanged(doc); });
+    connect(doc, &EditorDocument::loadingChanged, this,
+            [this, doc](bool loading) { documentLoadingChanged(doc, loading); });
 }
 
 EditorDocument *AppModel::newDocument()
@@ -329,9 +335,26 @@ void AppModel::ensureOneDocument()
 
 void AppModel::documentTextChanged(EditorDocument *doc)
 {
-    // Per keystroke: a timer restart, nothing that touches the text.
-    if (m_showInspector && m_selectedDocumentId == doc->id()) {
+    // Per keystroke: a timer restart, nothing that touches the text. The
+    // analysis on show described the text before this change; it goes at the
+    // first keystroke, not when the next one is ready.
+    if (m_selectedDocumentId != doc->id()) {
+        return;
+    }
+    if (m_analysis) {
+        setAnalysis(std::nullopt);
+    }
+    if (m_showInspector) {
+        setAnalysisInProgress(true);
         m_analysisDelay.start();
+    }
+}
+
+void AppModel::documentLoadingChanged(EditorDocument *doc, bool loading)
+{
+    // The analysis waited for the whole text; it need not wait for the typing delay.
+    if (!loading && m_showInspector && m_selectedDocumentId == doc->id()) {
+        refreshAnalysis();
     }
 }
 
@@ -655,6 +678,16 @@ void AppModel::setFontSize(double points)
         emit editorFontSizeChanged(clamped);
     }
     m_settings->setValue(kFontSizeKey, clamped);
+    m_settings->sync();
+}
+
+void AppModel::setShowLineNumbers(bool show)
+{
+    if (show != m_showLineNumbers) {
+        m_showLineNumbers = show;
+        emit showLineNumbersChanged(show);
+    }
+    m_settings->setValue(kLineNumbersKey, show);
     m_settings->sync();
 }
 

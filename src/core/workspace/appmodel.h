@@ -191,6 +191,9 @@ public:
     bool showingMachines() const { return m_showingMachines; }
     void setShowingMachines(bool showing);
     bool showInspector() const { return m_showInspector; }
+    // The editor's line-number gutter; off unless the user turned it on.
+    bool showLineNumbers() const { return m_showLineNumbers; }
+    void setShowLineNumbers(bool show);
     void setShowInspector(bool show);
     void toggleInspector();
 
@@ -210,6 +213,12 @@ public:
     void showAxisRanges();
 
     // --- Analysis ---------------------------------------------------------
+    // `analysis` is only ever the analysis of the selected document's text as
+    // it is now: it is cleared the moment that text changes, another document
+    // is selected or a load is still filling the document in, so no panel can
+    // show the figures of other text. `analysisInProgress` is set while a
+    // result for the current text is on its way (a load to wait for, the
+    // delay after typing, or the analysis itself).
     const std::optional<ProgramAnalysis> &analysis() const { return m_analysis; }
     bool analysisInProgress() const { return m_analysisInProgress; }
     void refreshAnalysis();
@@ -247,6 +256,7 @@ signals:
     void editorFontSizeChanged(double points);
     void showingMachinesChanged(bool showing);
     void showInspectorChanged(bool show);
+    void showLineNumbersChanged(bool show);
     void alertChanged();
     void analysisChanged();
     void analysisInProgressChanged(bool inProgress);
@@ -283,6 +293,7 @@ private:
     // again in the one chosen; false when the user declined or cannot be asked.
     bool reloadInChosenEncoding(EditorDocument *document, const EncodingSample &sample);
     void documentTextChanged(EditorDocument *document);
+    void documentLoadingChanged(EditorDocument *document, bool loading);
     void ensureOneDocument();
 
     void touchFileCache(const QUrl &url);
@@ -322,6 +333,7 @@ private:
     std::optional<AppAlert> m_alert;
     bool m_showingMachines = false;
     bool m_showInspector = false;
+    bool m_showLineNumbers = false;
     double m_editorFontSize = 13.0;
 
     std::optional<ProgramAnalysis> m_analysis;

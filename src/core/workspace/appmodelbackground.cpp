@@ -147,7 +147,13 @@ void AppModel::refreshAnalysis()
         touchAnalysisCache(doc->id());
         return;
     }
+    if (m_analysis) {
+        setAnalysis(std::nullopt); // made from other text
+    }
     setAnalysisInProgress(true);
+    if (doc->isLoading()) {
+        return; // the end of the load asks again, with the whole text
+    }
     m_analysisDocumentId = doc->id();
     m_analysisRevision = doc->revision();
     m_analysisTask = QtConcurrent::run(

@@ -3,6 +3,7 @@
 #include "theme/varnpalette.h"
 
 #include "findbar.h"
+#include "linenumbergutter.h"
 #include "scintillatextstorage.h"
 #include "theme/appearance.h"
 
@@ -129,12 +130,14 @@ GCodeEditor::GCodeEditor(QWidget *parent) : QsciScintilla(parent)
         if (updated & (SC_UPDATE_V_SCROLL | SC_UPDATE_H_SCROLL)) {
             scheduleVisibleHighlight();
         }
+        m_gutter->refresh();
     });
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this] { scheduleVisibleHighlight(); });
 
     setAcceptDrops(true);
     viewport()->setAcceptDrops(true);
 
+    m_gutter = new LineNumberGutter(this);
     m_dark = Appearance::isDark(palette());
     setFontSize(QFontDatabase::systemFont(QFontDatabase::FixedFont).pointSizeF());
 
@@ -590,6 +593,11 @@ void GCodeEditor::applyStyleColours()
                          mix(danger.blue(), paper.blue()));
     SendScintilla(SCI_MARKERDEFINE, static_cast<unsigned long>(kDamagedLineMarker), long(SC_MARK_BACKGROUND));
     SendScintilla(SCI_MARKERSETBACK, static_cast<unsigned long>(kDamagedLineMarker), damaged);
+    QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setPointSizeF(m_fontSize);
+    if (m_gutter) { // palette changes may arrive while the constructor runs
+        m_gutter->restyle(font, paper, text);
+    }
 }
 
 void GCodeEditor::markDamagedLines()
@@ -601,6 +609,21 @@ void GCodeEditor::markDamagedLines()
     for (const int line : m_document->markedLines()) {
         SendScintilla(SCI_MARKERADD, static_cast<unsigned long>(line), long(kDamagedLineMarker));
     }
+}
+
+void GCodeEditor::setLineNumbersVisible(bool visible)
+{
+    m_gutter->setVisible(visible);
+}
+
+bool GCodeEditor::lineNumbersVisible() const
+{
+    return m_gutter->isVisible();
+}
+
+int GCodeEditor::lineNumbersWidth() const
+{
+    return m_gutter->width();
 }
 
 // ---- edits ---------------------------------------------------------------------------------------

@@ -15,6 +15,7 @@
 #include <vector>
 
 class FindBar;
+class LineNumberGutter;
 class ScintillaTextStorage;
 
 // The code editor: the text of one EditorDocument in a monospaced,
@@ -69,6 +70,12 @@ public:
     // The language of the code tooltips.
     void setLanguage(AppLanguage language);
     AppLanguage language() const { return m_language; }
+
+    // The line-number gutter at the left of the text; hidden at first.
+    void setLineNumbersVisible(bool visible);
+    bool lineNumbersVisible() const;
+    // Its width in pixels, 0 while hidden.
+    int lineNumbersWidth() const;
 
     // Follows the widget's palette: dark when its window colour is dark.
     bool isDarkAppearance() const { return m_dark; }
@@ -207,4 +214,5 @@ private:
     int m_colouringPasses = 0;
 
     FindBar *m_findBar = nullptr;
+    LineNumberGutter *m_gutter = nullptr;
 };

@@ -23,6 +23,9 @@ namespace {
 
 using Status = TransferState::Status;
 
+constexpr int kRowSpacing = 4; // between the rows and between the controls of a row
+constexpr int kPortGap = 12;   // between the machine's summary and the port picker
+
 // A port picker that looks for devices again as it opens: an adapter plugged
 // in a moment ago should be in the list the user is about to read.
 class PortComboBox : public QComboBox {
@@ -85,6 +88,7 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     : QWidget(parent), m_model(model), m_machineCaption(new QLabel(this)), m_machines(new QComboBox(this)),
       m_summary(new QLabel(this)), m_manage(new QToolButton(this)), m_portCaption(new QLabel(this)),
       m_ports(new PortComboBox([this] { m_model.refreshPorts(); }, this)), m_refresh(new QToolButton(this)),
+      m_portGroup(new QWidget(this)), m_pickerRows{new QHBoxLayout, new QHBoxLayout, new QHBoxLayout},
       m_send(new QPushButton(this)), m_receive(new QToolButton(this)), m_cancel(new QPushButton(this)), m_status(new QLabel(this)),
       m_route(new QLabel(this)), m_progress(new QProgressBar(this)), m_progressText(new QLabel(this)),
       m_message(new QLabel(this)), m_hint(new QLabel(this)), m_advice(new QLabel(this))
@@ -131,15 +135,21 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
     m_advice->setVisible(false);
     paintText(m_advice, VarnPalette::warning());
 
-    auto *pickers = new QHBoxLayout;
+    auto *portPickers = new QHBoxLayout(m_portGroup);
+    portPickers->setContentsMargins(kPortGap + kRowSpacing, 0, 0, 0); // beside the summary, as fitPickers keeps it
+    portPickers->setSpacing(kRowSpacing); // as the rows around it
+    portPickers->addWidget(m_portCaption);
+    portPickers->addWidget(m_ports);
+    portPickers->addWidget(m_refresh);
+    QHBoxLayout *pickers = m_pickerRows[0];
     pickers->addWidget(m_machineCaption);
     pickers->addWidget(m_machines);
     pickers->addWidget(m_manage);
     pickers->addWidget(m_summary, 1);
-    pickers->addSpacing(12);
-    pickers->addWidget(m_portCaption);
-    pickers->addWidget(m_ports);
-    pickers->addWidget(m_refresh);
+    pickers->addWidget(m_portGroup);
+    for (QHBoxLayout *row : {m_pickerRows[1], m_pickerRows[2]}) {
+        row->addStretch(); // keeps what flows down at the left
+    }
 
     auto *progressRow = new QHBoxLayout;
     progressRow->addWidget(m_status);
@@ -153,8 +163,10 @@ SendPanel::SendPanel(AppModel &model, QWidget *parent)
 
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(10, 6, 10, 6);
-    column->setSpacing(4);
-    column->addLayout(pickers);
+    column->setSpacing(kRowSpacing);
+    for (QHBoxLayout *row : m_pickerRows) {
+        column->addLayout(row); // rows left empty take no room
+    }
     column->addLayout(progressRow);
     column->addWidget(m_message);
     column->addWidget(m_hint);
@@ -223,6 +235,58 @@ void SendPanel::fillMachines()
     m_machines->setCurrentIndex(current);
     const std::optional<Machine> selected = m_model.selectedMachine();
     m_summary->setText(selected ? selected->summary(language) : QString());
+    fitPickers();
+}
+
+void SendPanel::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitPickers();
+}
+
+void SendPanel::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    fitPickers();
+}
+
+void SendPanel::fitPickers()
+{
+    // Until it is shown the panel has no width of its own, and its size hint
+    // (which decides the height the window first gives it) is the one-row one.
+    if (!isVisible()) {
+        return;
+    }
+    // Rows filled in order from size hints and the text, never from the
+    // current geometry, so a move cannot make the pickers want to move back.
+    const QMargins margins = layout() ? layout()->contentsMargins() : QMargins();
+    const int room = width() - margins.left() - margins.right();
+    int row = 0;
+    int used = m_machineCaption->sizeHint().width() + m_machines->sizeHint().width() +
+               m_manage->sizeHint().width() + 2 * kRowSpacing;
+    // The row `width` goes to, and whether something precedes it there.
+    const auto flow = [&](int width, int gap) {
+        if (used + gap + width <= room || row == 2) {
+            used += gap + width;
+            return std::pair(row, true);
+        }
+        used = width;
+        return std::pair(++row, false);
+    };
+    const int portsWidth = m_portCaption->sizeHint().width() + m_ports->sizeHint().width() +
+                           m_refresh->sizeHint().width() + 2 * kRowSpacing;
+    const int summaryRow = flow(m_summary->fontMetrics().horizontalAdvance(m_summary->text()), kRowSpacing).first;
+    const auto [portRow, portJoined] = flow(portsWidth, kRowSpacing + kPortGap);
+
+    for (QHBoxLayout *each : m_pickerRows) {
+        each->removeWidget(m_summary);
+        each->removeWidget(m_portGroup);
+    }
+    // After the machine picker in the first row, else at the start of its own.
+    m_pickerRows[summaryRow]->insertWidget(summaryRow == 0 ? 3 : 0, m_summary, 1);
+    QHBoxLayout *ports = m_pickerRows[portRow];
+    ports->insertWidget(portRow == 0 ? ports->count() : ports->count() - 1, m_portGroup);
+    m_portGroup->layout()->setContentsMargins(portJoined ? kPortGap + kRowSpacing : 0, 0, 0, 0);
 }
 
 void SendPanel::fillPorts()

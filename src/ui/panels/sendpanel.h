@@ -6,6 +6,7 @@
 
 class AppModel;
 class QComboBox;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -26,6 +27,10 @@ class QToolButton;
 // rfc2217://HOST:PORT), which the model remembers for the machine and lists
 // from then on. Under the picker, what could make the chosen USB adapter lose
 // bytes or vanish (its latency timer, ModemManager, brltty) is said in words.
+// The machine and port pickers share one row while the machine's line
+// summary fits beside them whole; where it would not (a narrow editor, the
+// longer Spanish captions), the port picker and then the summary flow onto
+// rows of their own rather than cutting the summary short.
 class SendPanel : public QWidget {
     Q_OBJECT
 
@@ -45,7 +50,12 @@ public:
     QLabel *routeLabel() const { return m_route; }
     QLabel *adviceLabel() const { return m_advice; }
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
 private:
+    void fitPickers();
     void retranslate();
     void fillMachines();
     void fillPorts();
@@ -60,6 +70,10 @@ private:
     QLabel *m_portCaption;
     QComboBox *m_ports;
     QToolButton *m_refresh;
+    QWidget *m_portGroup;
+    // The pickers' rows: the first always holds the machine picker; the
+    // summary and the port group flow into the others when they do not fit.
+    QHBoxLayout *m_pickerRows[3];
     QPushButton *m_send;
     QToolButton *m_receive;
     QPushButton *m_cancel;

@@ -177,7 +177,6 @@ ActionBar::ActionBar(AppModel &model, EditorController &controller, QWidget *par
     connect(&m_model, &AppModel::showInspectorChanged, m_analysis, &QAction::setChecked);
     connect(&m_model, &AppModel::languageChanged, this, &ActionBar::retranslate);
     retranslate();
-    arrange(layoutFor(width()));
 }
 
 QToolButton *ActionBar::addButton(QAction *action, const char *objectName)
@@ -217,8 +216,11 @@ void ActionBar::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     // Inside arrange() the parent may lay us out again; arrange() looks at the
     // width it ends with.
-    if (!m_arranging && layoutFor(event->size().width()) != m_layout) {
-        arrange(layoutFor(event->size().width()));
+    // The wide bar is looked at on every resize: whether its labels fit
+    // depends on the width within its range, not only on crossing one.
+    const Layout wanted = layoutFor(event->size().width());
+    if (!m_arranging && (wanted != m_layout || wanted == Layout::wide)) {
+        arrange(wanted);
     }
 }
 
@@ -237,9 +239,6 @@ void ActionBar::place(Layout layout)
 {
     m_layout = layout;
     const bool compact = layout == Layout::compact;
-    for (QToolButton *button : m_iconFirst) {
-        button->setToolButtonStyle(layout == Layout::wide ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
-    }
     for (QToolButton *button : m_full) {
         button->setVisible(!compact);
     }
@@ -248,6 +247,18 @@ void ActionBar::place(Layout layout)
     }
     for (QToolButton *button : m_compact) {
         button->setVisible(compact);
+    }
+    // The wide bar labels its tools where the labels fit whole; a language
+    // with longer words keeps the wide bar's tools with their icons alone
+    // rather than cutting its words short.
+    const auto label = [this](bool labelled) {
+        for (QToolButton *button : m_iconFirst) {
+            button->setToolButtonStyle(labelled ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
+        }
+    };
+    label(layout == Layout::wide);
+    if (layout == Layout::wide && this->layout()->sizeHint().width() > width()) {
+        label(false);
     }
 }
 
@@ -263,6 +274,9 @@ void ActionBar::retranslate()
     }
     m_appearance->setToolTip(L10n::text("Appearance: System / Light / Dark", language));
     m_appearance->setAccessibleName(L10n::text("Appearance", language));
+    if (!m_arranging) {
+        arrange(layoutFor(width())); // the words' widths changed
+    }
 }
 
 void ActionBar::showAppearance(AppearanceMode mode)

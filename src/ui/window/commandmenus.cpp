@@ -134,6 +134,11 @@ void CommandMenus::build()
     inspector->setCheckable(true);
     inspector->setChecked(model.showInspector());
     connect(&model, &AppModel::showInspectorChanged, inspector, &QAction::setChecked);
+    QAction *lineNumbers = add(view, VARN_TR_KEY("Line Numbers"), {},
+                               [&model] { model.setShowLineNumbers(!model.showLineNumbers()); });
+    lineNumbers->setCheckable(true);
+    lineNumbers->setChecked(model.showLineNumbers());
+    connect(&model, &AppModel::showLineNumbersChanged, lineNumbers, &QAction::setChecked);
     view->addSeparator();
     // Ctrl+= as well: on most keyboards "+" needs Shift, "=" shares its key.
     add(view, VARN_TR_KEY("Increase Font Size"),

@@ -115,6 +115,7 @@ EditorPane::EditorPane(AppModel &model, EditorController &controller, QWidget *p
     controller.setEditor(m_editor);
     m_editor->setFontSize(m_model.editorFontSize());
     m_editor->setLanguage(m_model.language());
+    m_editor->setLineNumbersVisible(m_model.showLineNumbers());
 
     connect(m_new, &QToolButton::clicked, &m_model, [this] { m_model.newDocument(); });
     connect(m_tabs, &QTabBar::currentChanged, this, [this](int index) {
@@ -131,6 +132,7 @@ EditorPane::EditorPane(AppModel &model, EditorController &controller, QWidget *p
     connect(&m_model, &AppModel::documentsChanged, this, &EditorPane::syncTabs);
     connect(&m_model, &AppModel::selectedDocumentChanged, this, &EditorPane::syncSelection);
     connect(&m_model, &AppModel::editorFontSizeChanged, m_editor, &GCodeEditor::setFontSize);
+    connect(&m_model, &AppModel::showLineNumbersChanged, m_editor, &GCodeEditor::setLineNumbersVisible);
     connect(&m_model, &AppModel::languageChanged, this, [this](AppLanguage language) {
         m_editor->setLanguage(language);
         retranslate();
