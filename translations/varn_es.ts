@@ -1718,6 +1718,76 @@
         <translation>Elija un puerto, o escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO y pulse Intro.</translation>
         <source>Line Numbers</source>
         <translation>Números de línea</translation>
+        <source>Compare two programs block by block and print the differences as a unified diff; exit status 0 when they are equal, 1 when they differ.</source>
+        <translation>Compara dos programas bloque a bloque e imprime las diferencias como diff unificado; estado de salida 0 si son iguales, 1 si difieren.</translation>
+    </message>
+    <message>
+        <source>--tolerance needs a number of 0 or more, such as 0.001, not &quot;%@&quot;.</source>
+        <translation>--tolerance necesita un número de 0 o más, como 0.001, no «%@».</translation>
+    </message>
+    <message>
+        <source>Only one of the two programs can come from standard input.</source>
+        <translation>Solo uno de los dos programas puede venir de la entrada estándar.</translation>
+    </message>
+    <message>
+        <source>Compare With…</source>
+        <translation>Comparar con…</translation>
+    </message>
+    <message>
+        <source>Compare Selected Files</source>
+        <translation>Comparar los archivos seleccionados</translation>
+    </message>
+    <message>
+        <source>Choose the program to compare with.</source>
+        <translation>Elija el programa con el que comparar.</translation>
+    </message>
+    <message>
+        <source>Comparing…</source>
+        <translation>Comparando…</translation>
+    </message>
+    <message>
+        <source>The programs are equal.</source>
+        <translation>Los programas son iguales.</translation>
+    </message>
+    <message>
+        <source>Difference %@ of %@</source>
+        <translation>Diferencia %@ de %@</translation>
+    </message>
+    <message>
+        <source>Differences: %@</source>
+        <translation>Diferencias: %@</translation>
+    </message>
+    <message>
+        <source>Numbers by value</source>
+        <translation>Números por valor</translation>
+    </message>
+    <message>
+        <source>X1. = X1.0 = X01: numbers are equal when their values are.</source>
+        <translation>X1. = X1.0 = X01: los números son iguales cuando lo son sus valores.</translation>
+    </message>
+    <message>
+        <source>Tolerance</source>
+        <translation>Tolerancia</translation>
+    </message>
+    <message>
+        <source>Ignore N numbers</source>
+        <translation>Ignorar números N</translation>
+    </message>
+    <message>
+        <source>Ignore blanks and comments</source>
+        <translation>Ignorar espacios y comentarios</translation>
+    </message>
+    <message>
+        <source>Previous Difference</source>
+        <translation>Diferencia anterior</translation>
+    </message>
+    <message>
+        <source>Next Difference</source>
+        <translation>Diferencia siguiente</translation>
+    </message>
+    <message>
+        <source>Compare</source>
+        <translation>Comparar</translation>
     </message>
 </context>
 </TS>

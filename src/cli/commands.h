@@ -16,3 +16,4 @@ std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wa
 // `varn payload --machine M [FILE]`: the bytes the stored profile puts on the
 // wire, tape framing and character code included.
 int machinePayload(CommandContext &ctx);
+QList<CommandSpec> diffCommands();

@@ -9,7 +9,7 @@ namespace {
 
 QList<CommandSpec> allCommands()
 {
-    return textCommands() + serialCommands() + receiveCommands();
+    return textCommands() + diffCommands() + serialCommands() + receiveCommands();
 }
 
 QString optionList(const CommandSpec &spec)

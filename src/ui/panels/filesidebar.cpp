@@ -2,11 +2,15 @@
 
 #include "filetreemodel.h"
 
+#include "compare/compareview.h"
+
 #include "workspace/appmodel.h"
 #include "workspace/dialogs.h"
 
 #include <QDesktopServices>
 #include <QFileInfo>
+#include <QGuiApplication>
+#include <QItemSelectionModel>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -46,6 +50,8 @@ FileSidebar::FileSidebar(AppModel &model, QWidget *parent)
     m_tree->setContextMenuPolicy(Qt::CustomContextMenu);
     m_tree->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_tree->setExpandsOnDoubleClick(true);
+    // Ctrl/Shift+click picks a second program to compare with the first.
+    m_tree->setSelectionMode(QAbstractItemView::ExtendedSelection);
 
     // Shown while no folder is added: what the sidebar is for, and the way in.
     auto *empty = new QWidget(this);
@@ -132,9 +138,24 @@ void FileSidebar::expandRemembered(const QModelIndex &parent, const QSet<QUrl> &
 void FileSidebar::openIndex(const QModelIndex &index)
 {
     const FileNode *node = m_treeModel->node(index);
+    if (QGuiApplication::keyboardModifiers() & (Qt::ControlModifier | Qt::ShiftModifier)) {
+        return; // extending the selection, not opening
+    }
     if (node && !node->isDirectory()) {
         m_model.openFile(node->url());
     }
+}
+
+QList<QUrl> FileSidebar::selectedPrograms() const
+{
+    QList<QUrl> urls;
+    for (const QModelIndex &index : m_tree->selectionModel()->selectedRows()) {
+        const FileNode *node = m_treeModel->node(index);
+        if (node && !node->isDirectory()) {
+            urls.append(node->url());
+        }
+    }
+    return urls;
 }
 
 void FileSidebar::reveal(const QUrl &url)
@@ -160,6 +181,12 @@ QMenu *FileSidebar::contextMenu(const QModelIndex &index)
     const QUrl url = node->url();
     if (!node->isDirectory()) {
         menu->addAction(L10n::text("Open", language), this, [this, url] { m_model.openFile(url); });
+    }
+    const QList<QUrl> programs = selectedPrograms();
+    if (programs.size() == 2) {
+        menu->addAction(L10n::text("Compare Selected Files", language), this, [this, programs] {
+            CompareView::compareFiles(m_model, programs[0], programs[1], window());
+        });
     }
     menu->addAction(L10n::text("Reveal in File Manager", language), this, [this, url] { reveal(url); });
     if (m_treeModel->isRoot(index)) {

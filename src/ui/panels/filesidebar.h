@@ -32,6 +32,8 @@ public:
     // The context menu for the entry at `index` (none: the empty space), as
     // the user would see it. The caller owns the menu.
     QMenu *contextMenu(const QModelIndex &index);
+    // The programs (not folders) selected in the tree, in the order they were picked.
+    QList<QUrl> selectedPrograms() const;
 
 private:
     void rebuild();

@@ -2,6 +2,7 @@
 
 #include "translatedaction.h"
 
+#include "compare/compareview.h"
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
 
@@ -82,6 +83,8 @@ void CommandMenus::build()
     add(file, VARN_TR_KEY("Save As…"), {QKeySequence(QStringLiteral("Ctrl+Shift+S"))},
         [&model] { model.saveAs(model.selectedDocument()); });
     file->addSeparator();
+    add(file, VARN_TR_KEY("Compare With…"), {},
+        [&model, bar = m_bar] { CompareView::compareSelectedWith(model, bar->window()); });
     add(file, VARN_TR_KEY("Restore Backup…"), {}, [&model] { model.openBackup(); });
     add(file, VARN_TR_KEY("Show Backups Folder"), {}, [&model] { model.showBackupsFolder(); });
     file->addSeparator();
