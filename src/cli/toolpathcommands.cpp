@@ -107,8 +107,8 @@ QString summaryText(const ToolpathSummary &s, AppLanguage language)
     out += L10n::format("Length: %@ mm rapid, %@ mm feed", language,
                         {millimetres(s.rapidLength, language), millimetres(s.feedLength, language)}) +
            QLatin1Char('\n');
-    out += boundsText("Rapid bounds (mm): %@", s.rapidBounds, language);
-    out += boundsText("Feed bounds (mm): %@", s.feedBounds, language);
+    out += boundsText(VARN_TR_KEY("Rapid bounds (mm): %@"), s.rapidBounds, language);
+    out += boundsText(VARN_TR_KEY("Feed bounds (mm): %@"), s.feedBounds, language);
     if (s.feedSeconds > 0) {
         out += L10n::format("Cutting time at the programmed feeds: %@", language, {durationText(s.feedSeconds)}) +
                QLatin1Char('\n');

@@ -562,6 +562,19 @@ void ToolpathBlockReader::read(QStringView line, int lineNumber, ToolpathBlock &
             p.fail(Failure::malformed);
             return report();
         }
+        if (c == u':') {
+            // ":10" names a program as "O10" does.
+            ++p.m_p;
+            p.skipBlanks();
+            if (p.m_p < p.m_end && isDigit(*p.m_p)) {
+                block.letters |= 1u << ('O' - 'A');
+                block.value['O' - 'A'] = p.number();
+                block.kind = Kind::words;
+                continue;
+            }
+            p.fail(Failure::malformed);
+            return report();
+        }
         if (!isLetter(c)) {
             p.fail(Failure::malformed);
             return report();

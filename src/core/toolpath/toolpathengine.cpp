@@ -182,7 +182,7 @@ void ToolpathEngine::resolvePending(int depth)
     runContour(m_contour.first, m_contour.last, m_contour.line, depth, m_contour.start);
 }
 
-ToolpathEngine::Flow ToolpathEngine::runContour(double first, double last, int line, int depth, const Point &start)
+ToolpathEngine::Flow ToolpathEngine::runContour(double first, double last, int line, int depth, Point start)
 {
     const std::optional<ToolpathSource::Place> place = m_source ? m_source->findBlock(line, first) : std::nullopt;
     if (!place) {
@@ -487,7 +487,6 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
     bool moves = true;       // the block's axis words move the tool
     bool reference = false;  // G28/G30: to the intermediate point
     bool setPosition = false; // G92 (G50 in turning)
-    bool turningStop = false; // a turning cycle that is not drawn
     std::optional<Motion> oneShot;
     int startsCycle = 0;
     std::optional<int> contourCycle;
@@ -510,8 +509,8 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
         case 800: m_cycle = 0; break;
         case 901: m_absoluteCentres = true; break;
         case 911: m_absoluteCentres = false; break;
-        case 510: case 511: case 680: warnOnce(g, line); break;
-        case 650: case 660: warnOnce(g, line); moves = false; break;
+        // Their X Y Z are a centre or arguments, not a move.
+        case 510: case 511: case 680: case 650: case 660: warnOnce(g, line); moves = false; break;
         case 930: m_feedPerRevolution = false; break;
         case 950: if (!lathe) m_feedPerRevolution = true; break;
         default: break;
@@ -534,7 +533,7 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
             case 980: m_feedPerRevolution = false; break;
             case 990: m_feedPerRevolution = true; break;
             case 700: case 710: case 720: case 730: contourCycle = g; moves = false; break;
-            case 740: case 750: case 760: warnOnce(g, line); moves = false; turningStop = true; break;
+            case 740: case 750: case 760: warnOnce(g, line); moves = false; break;
             case 900: case 920: case 940:
                 warnOnce(g, line);
                 m_motion = Motion::turningCycle;
@@ -548,7 +547,6 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
             }
         }
     }
-    (void)turningStop;
     if (startsCycle) {
         if (!m_cycle)
             m_initialZ = m_pos[2];

@@ -38,7 +38,7 @@ private:
     Flow runLine(QStringView line, int lineNumber, int depth);
     Flow execute(const ToolpathBlock &b, int line, int depth);
     Flow call(const ToolpathBlock &b, int line, int depth);
-    Flow runContour(double first, double last, int line, int depth, const Point &start);
+    Flow runContour(double first, double last, int line, int depth, Point start);
     Flow runFrom(ToolpathSource::Place place, int depth, double stopAfterBlock);
     void resolvePending(int depth);
 
