@@ -52,6 +52,7 @@ QString ProgramGenerator::milling(qint64 bytes, quint32 seed, bool crlf, bool to
         // One surfacing pass of a few thousand blocks per tool.
         const int moves = 4000;
         for (int i = 0; i < moves && out.size() < bytes; ++i) {
+            const double fromX = x, fromY = y;
             x += step(rng) * 10;
             y += step(rng) * 10;
             z = -std::abs(step(rng)) * 3;
@@ -61,7 +62,7 @@ QString ProgramGenerator::milling(qint64 bytes, quint32 seed, bool crlf, bool to
             if (kind < 8 && toolpathMix) {
                 // An arc whose end lies on its circle: centre from I J, then a turn.
                 const double i0 = step(rng) * 5, j0 = step(rng) * 5;
-                const double cx = x + i0, cy = y + j0;
+                const double cx = fromX + i0, cy = fromY + j0;
                 const double radius = std::hypot(i0, j0);
                 const double turn = (kind < 4 ? -1.0 : 1.0) * (0.2 + std::abs(step(rng)) * 3);
                 const double angle = std::atan2(-j0, -i0) + turn;

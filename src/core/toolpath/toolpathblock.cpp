@@ -125,42 +125,29 @@ public:
     {
         const char16_t *start = m_p;
         std::uint64_t mantissa = 0;
-        int significant = 0;
+        int count = 0; // digits on both sides of the point
         int fraction = 0;
-        digits = 0;
         while (m_p < m_end && isDigit(*m_p)) {
-            if (significant < 19) {
-                mantissa = mantissa * 10 + (*m_p - u'0');
-                if (mantissa)
-                    ++significant;
-            } else {
-                significant = 99;
-            }
-            ++digits;
+            mantissa = mantissa * 10 + (*m_p - u'0');
+            ++count;
             ++m_p;
         }
-        bool point = false;
+        digits = count;
         if (m_p < m_end && *m_p == u'.') {
-            point = true;
             ++m_p;
             while (m_p < m_end && isDigit(*m_p)) {
-                if (significant < 19) {
-                    mantissa = mantissa * 10 + (*m_p - u'0');
-                    if (mantissa)
-                        ++significant;
-                    ++fraction;
-                } else {
-                    significant = 99;
-                }
+                mantissa = mantissa * 10 + (*m_p - u'0');
+                ++count;
+                ++fraction;
                 ++m_p;
             }
         }
-        if (m_p == start || (point && m_p == start + 1 && digits == 0)) {
+        if (count == 0) {
             fail(Failure::malformed);
             return 0;
         }
         // Exact while the digits fit a double's mantissa: one correctly rounded division.
-        if (significant <= 15 && fraction <= 22)
+        if (count <= 15)
             return double(mantissa) / kPowersOfTen[fraction];
         QByteArray ascii;
         for (const char16_t *q = start; q < m_p; ++q)

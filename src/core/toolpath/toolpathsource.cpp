@@ -1,6 +1,7 @@
 #include "toolpathsource.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace {
 
@@ -64,7 +65,7 @@ void ToolpathSource::indexPrograms()
     // Headers only: a file of a million programs would be odd, but it must not
     // cost more than this table.
     constexpr std::size_t kMaxPrograms = 200000;
-    scanAll([&](const Place &place, const QString &line) {
+    scanLineStarts([&](const Place &place, QStringView line) {
         if (const std::optional<long long> number = programHeader(line))
             m_programs.emplace_back(*number, place);
         return m_programs.size() < kMaxPrograms;
@@ -113,6 +114,29 @@ std::optional<ToolpathSource::Place> ToolpathSource::findBlock(int nearLine, dou
     return std::nullopt;
 }
 
+void TextToolpathSource::scanLineStarts(const std::function<bool(const Place &, QStringView)> &visit)
+{
+    const char16_t *begin = reinterpret_cast<const char16_t *>(m_text.utf16());
+    const qint64 size = m_text.size();
+    qint64 i = 0;
+    int line = 1;
+    while (i <= size) {
+        const qint64 start = i;
+        while (i < size && (begin[i] == u' ' || begin[i] == u'\t'))
+            ++i;
+        if (i < size && (begin[i] == u'O' || begin[i] == u'o' || begin[i] == u':')) {
+            if (!visit({start, line}, m_text.sliced(start, std::min<qint64>(24, size - start))))
+                return;
+        }
+        while (i < size && begin[i] != u'\n' && begin[i] != u'\r')
+            ++i;
+        if (i >= size)
+            return;
+        i += (begin[i] == u'\r' && i + 1 < size && begin[i + 1] == u'\n') ? 2 : 1;
+        ++line;
+    }
+}
+
 bool TextToolpathSource::readLine(Place &place, QString &line)
 {
     const qint64 size = m_text.size();
@@ -132,7 +156,63 @@ bool TextToolpathSource::readLine(Place &place, QString &line)
 
 FileToolpathSource::FileToolpathSource(const QString &path) : m_file(path)
 {
-    m_file.open(QIODevice::ReadOnly);
+    if (m_file.open(QIODevice::ReadOnly))
+        m_size = m_file.size();
+}
+
+void FileToolpathSource::scanLineStarts(const std::function<bool(const Place &, QStringView)> &visit)
+{
+    QFile file(m_file.fileName());
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    constexpr qint64 kBlock = 1 << 20;
+    QByteArray block;
+    qint64 blockStart = 0;
+    int line = 1;
+    bool lineStart = true; // the next byte starts a line
+    bool afterCr = false;
+    QString head;
+    while (true) {
+        block = file.read(kBlock);
+        if (block.isEmpty())
+            break;
+        const char *data = block.constData();
+        const qint64 size = block.size();
+        for (qint64 i = 0; i < size; ++i) {
+            if (lineStart) {
+                lineStart = false;
+                // Only lines that could be a header need their characters.
+                qint64 j = i;
+                while (j < size && (data[j] == ' ' || data[j] == '\t'))
+                    ++j;
+                if (j < size && (data[j] == 'O' || data[j] == 'o' || data[j] == ':')) {
+                    head = QString::fromLatin1(data + i, std::min<qint64>(24, size - i));
+                    if (!visit({blockStart + i, line}, head))
+                        return;
+                }
+            }
+            const char c = data[i];
+            if (c == '\n') {
+                if (!afterCr)
+                    ++line;
+                afterCr = false;
+                lineStart = true;
+            } else if (c == '\r') {
+                ++line;
+                afterCr = true;
+                lineStart = true;
+            } else {
+                afterCr = false;
+                // Skip to the next break quickly.
+                const void *next = nullptr;
+                const char *nl = static_cast<const char *>(std::memchr(data + i, '\n', size_t(size - i)));
+                const char *cr = static_cast<const char *>(std::memchr(data + i, '\r', size_t((nl ? nl : data + size) - (data + i))));
+                next = cr ? cr : nl;
+                i = (next ? static_cast<const char *>(next) - data : size) - 1;
+            }
+        }
+        blockStart += size;
+    }
 }
 
 bool FileToolpathSource::fill(qint64 offset)
@@ -148,7 +228,7 @@ bool FileToolpathSource::fill(qint64 offset)
 
 bool FileToolpathSource::readLine(Place &place, QString &line)
 {
-    const qint64 size = m_file.size();
+    const qint64 size = m_size;
     qint64 offset = place.offset;
     if (!m_file.isOpen() || offset > size)
         return false;

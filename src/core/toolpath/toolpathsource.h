@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringView>
 
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -37,18 +38,9 @@ public:
     virtual bool readLine(Place &place, QString &line) = 0;
 
 protected:
-    // Calls `visit(place, line)` for every line from the start until it returns false.
-    template <class Visit> void scanAll(Visit visit)
-    {
-        Place place;
-        QString line;
-        Place at = place;
-        while (readLine(place, line)) {
-            if (!visit(at, line))
-                return;
-            at = place;
-        }
-    }
+    // Calls `visit(place, firstCharacters)` for the start of every line with
+    // up to 24 characters of it, until `visit` returns false.
+    virtual void scanLineStarts(const std::function<bool(const Place &, QStringView)> &visit) = 0;
 
 private:
     void indexPrograms();
@@ -62,6 +54,9 @@ public:
     explicit TextToolpathSource(QStringView text) : m_text(text) {}
     bool readLine(Place &place, QString &line) override;
 
+protected:
+    void scanLineStarts(const std::function<bool(const Place &, QStringView)> &visit) override;
+
 private:
     QStringView m_text;
 };
@@ -73,10 +68,14 @@ public:
     explicit FileToolpathSource(const QString &path);
     bool readLine(Place &place, QString &line) override;
 
+protected:
+    void scanLineStarts(const std::function<bool(const Place &, QStringView)> &visit) override;
+
 private:
     bool fill(qint64 offset);
 
     QFile m_file;
+    qint64 m_size = 0;
     QByteArray m_window;
     qint64 m_windowStart = -1; // nothing read yet
     bool m_windowAtEnd = false;
