@@ -113,6 +113,8 @@ ToolpathSummary ToolpathEngine::finish()
     }
     m_summary.inches = m_inches;
     m_summary.endLine = m_lastLine;
+    if (m_store && !m_summary.cancelled)
+        m_store->squeeze();
     return std::move(m_summary);
 }
 
