@@ -1788,6 +1788,128 @@
     <message>
         <source>Compare</source>
         <translation>Comparar</translation>
+        <source>Variable #%@ is not set; it reads as 0.</source>
+        <translation>La variable #%@ no tiene valor; se lee como 0.</translation>
+    </message>
+    <message>
+        <source>Variable #&lt;%@&gt; is not set; it reads as 0.</source>
+        <translation>La variable #&lt;%@&gt; no tiene valor; se lee como 0.</translation>
+    </message>
+    <message>
+        <source>Division by zero; the block is skipped.</source>
+        <translation>División por cero; se omite el bloque.</translation>
+    </message>
+    <message>
+        <source>%@ outside its domain; the block is skipped.</source>
+        <translation>%@ fuera de su dominio; se omite el bloque.</translation>
+    </message>
+    <message>
+        <source>Malformed word or expression; the block is skipped.</source>
+        <translation>Palabra o expresión mal formada; se omite el bloque.</translation>
+    </message>
+    <message>
+        <source>Further warnings are not listed.</source>
+        <translation>No se muestran más avisos.</translation>
+    </message>
+    <message>
+        <source>Not drawn: %@</source>
+        <translation>No se dibuja: %@</translation>
+    </message>
+    <message>
+        <source>Program flow is not followed; the path ends here.</source>
+        <translation>El control de flujo del programa no se sigue; la trayectoria termina aquí.</translation>
+    </message>
+    <message>
+        <source>Blocks N%@ to N%@ are not in the file; the cycle is not drawn.</source>
+        <translation>Los bloques N%@ a N%@ no están en el archivo; el ciclo no se dibuja.</translation>
+    </message>
+    <message>
+        <source>Calls nested deeper than 8 levels; the path ends here.</source>
+        <translation>Llamadas anidadas en más de 8 niveles; la trayectoria termina aquí.</translation>
+    </message>
+    <message>
+        <source>Program O%@ is not in the file; the call is skipped.</source>
+        <translation>El programa O%@ no está en el archivo; se omite la llamada.</translation>
+    </message>
+    <message>
+        <source>An arc given by R ends where it starts; nothing is drawn.</source>
+        <translation>Un arco dado por R termina donde empieza; no se dibuja nada.</translation>
+    </message>
+    <message>
+        <source>Arc radius R is smaller than half the distance to its end; drawn as a straight feed.</source>
+        <translation>El radio R del arco es menor que la mitad de la distancia a su final; se dibuja como avance recto.</translation>
+    </message>
+    <message>
+        <source>The arc&apos;s end is not on its circle (radius %@ mm at the start, %@ mm at the end); drawn as a straight feed.</source>
+        <translation>El final del arco no está en su círculo (radio %@ mm al inicio, %@ mm al final); se dibuja como avance recto.</translation>
+    </message>
+    <message>
+        <source>No R or no Z given for this hole; it is not drilled.</source>
+        <translation>Falta R o Z para este agujero; no se taladra.</translation>
+    </message>
+    <message>
+        <source>Roughing passes not drawn.</source>
+        <translation>Pasadas de desbaste no dibujadas.</translation>
+    </message>
+    <message>
+        <source>Not drawn: rotary axis %@</source>
+        <translation>No se dibuja: eje rotativo %@</translation>
+    </message>
+    <message>
+        <source>Units: %@</source>
+        <translation>Unidades: %@</translation>
+    </message>
+    <message>
+        <source>Turning: X is a diameter.</source>
+        <translation>Torneado: X es un diámetro.</translation>
+    </message>
+    <message>
+        <source>Moves: %@ rapid, %@ feed, %@ arc, %@ holes drilled</source>
+        <translation>Movimientos: %@ rápidos, %@ de avance, %@ arcos, %@ agujeros taladrados</translation>
+    </message>
+    <message>
+        <source>Length: %@ mm rapid, %@ mm feed</source>
+        <translation>Longitud: %@ mm en rápido, %@ mm en avance</translation>
+    </message>
+    <message>
+        <source>Rapid bounds (mm): %@</source>
+        <translation>Límites en rápido (mm): %@</translation>
+    </message>
+    <message>
+        <source>Feed bounds (mm): %@</source>
+        <translation>Límites en avance (mm): %@</translation>
+    </message>
+    <message>
+        <source>Cutting time at the programmed feeds: %@</source>
+        <translation>Tiempo de corte a los avances programados: %@</translation>
+    </message>
+    <message>
+        <source>Tools:</source>
+        <translation>Herramientas:</translation>
+    </message>
+    <message>
+        <source>T%@ from line %@: %@ mm of feed</source>
+        <translation>T%@ desde la línea %@: %@ mm de avance</translation>
+    </message>
+    <message>
+        <source>Interpreted to line %@.</source>
+        <translation>Interpretado hasta la línea %@.</translation>
+    </message>
+    <message>
+        <source>No warnings.</source>
+        <translation>Sin avisos.</translation>
+    </message>
+    <message>
+        <source>Warnings:</source>
+        <translation>Avisos:</translation>
+    </message>
+    <message>
+        <source>Line %@: %@</source>
+        <translation>Línea %@: %@</translation>
+    </message>
+    <message>
+        <source>Follow the path the tool travels: moves, lengths, bounds, tools and warnings.</source>
+        <translation>Seguir la trayectoria de la herramienta: movimientos, longitudes, límites, herramientas y avisos.</translation>
     </message>
 </context>
 </TS>

@@ -17,3 +17,4 @@ std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wa
 // wire, tape framing and character code included.
 int machinePayload(CommandContext &ctx);
 QList<CommandSpec> diffCommands();
+QList<CommandSpec> toolpathCommands();

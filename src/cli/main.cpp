@@ -9,7 +9,7 @@ namespace {
 
 QList<CommandSpec> allCommands()
 {
-    return textCommands() + diffCommands() + serialCommands() + receiveCommands();
+    return textCommands() + toolpathCommands() + diffCommands() + serialCommands() + receiveCommands();
 }
 
 QString optionList(const CommandSpec &spec)

@@ -54,7 +54,18 @@ void ToolpathStore::append(MoveKind kind, std::uint32_t line, std::array<double,
     m_y.push_back(p[1]);
     m_z.push_back(p[2]);
     line = std::min(line, maxLine);
-    m_lineKind.push_back((std::uint32_t(kind) << 29) | line);
+    std::uint8_t step = 0;
+    if (vertex % kLineCheckpoint == 0) {
+        m_checkpoints.push_back(line);
+    } else if (line >= m_lastLine && line - m_lastLine < kFarStep) {
+        step = std::uint8_t(line - m_lastLine);
+    } else {
+        // A subprogram or a cycle's contour runs lines out of order.
+        step = kFarStep;
+        m_farLines.emplace_back(std::uint32_t(vertex), line);
+    }
+    m_codes.push_back(std::uint8_t((std::uint8_t(kind) << 5) | step));
+    m_lastLine = line;
 
     if (vertex % chunkSize == 0)
         m_boxes.push_back({p, p});
@@ -64,14 +75,11 @@ void ToolpathStore::append(MoveKind kind, std::uint32_t line, std::array<double,
         box.max[axis] = std::max(box.max[axis], p[axis]);
     }
 
-    if (m_lineStarts.empty() || m_lineStarts.back().first < line) {
-        m_lineStarts.emplace_back(line, std::uint32_t(vertex));
-    } else if (m_lineStarts.back().first > line) {
-        // A subprogram or a cycle's blocks run lines again out of order: keep
-        // the earliest vertex of each line, found by binary search.
-        auto it = std::lower_bound(m_lineStarts.begin(), m_lineStarts.end(), std::make_pair(line, 0u));
-        if (it == m_lineStarts.end() || it->first != line)
-            m_lineStarts.insert(it, {line, std::uint32_t(vertex)});
+    if (vertex % chunkSize == 0) {
+        m_chunkLines.emplace_back(line, line);
+    } else {
+        m_chunkLines.back().first = std::min(m_chunkLines.back().first, line);
+        m_chunkLines.back().second = std::max(m_chunkLines.back().second, line);
     }
 }
 
@@ -154,10 +162,41 @@ void ToolpathStore::arcPoints(std::size_t vertex, double maxChordError, std::vec
     }
 }
 
+std::uint32_t ToolpathStore::line(std::size_t vertex) const
+{
+    const std::uint8_t step = m_codes[vertex] & 31;
+    const auto far = [&](std::size_t v) {
+        const auto it = std::lower_bound(m_farLines.begin(), m_farLines.end(), std::make_pair(std::uint32_t(v), 0u));
+        Q_ASSERT(it != m_farLines.end() && it->first == v);
+        return it->second;
+    };
+    if (step == kFarStep)
+        return far(vertex);
+    // Walk back to the checkpoint or to a vertex whose line is kept whole.
+    std::size_t from = vertex;
+    std::uint32_t sum = step;
+    while (from % kLineCheckpoint != 0) {
+        --from;
+        const std::uint8_t s = m_codes[from] & 31;
+        if (s == kFarStep)
+            return far(from) + sum;
+        sum += s;
+    }
+    return m_checkpoints[from / kLineCheckpoint] + sum; // a checkpoint vertex keeps a step of 0
+}
+
 std::uint32_t ToolpathStore::firstVertexOfLine(std::uint32_t line) const
 {
-    const auto it = std::lower_bound(m_lineStarts.begin(), m_lineStarts.end(), std::make_pair(line, 0u));
-    return it != m_lineStarts.end() && it->first == line ? it->second : std::uint32_t(size());
+    for (std::size_t chunk = 0; chunk < m_chunkLines.size(); ++chunk) {
+        if (line < m_chunkLines[chunk].first || line > m_chunkLines[chunk].second)
+            continue;
+        const std::size_t end = std::min(size(), (chunk + 1) * chunkSize);
+        for (std::size_t v = chunk * chunkSize; v < end; ++v) {
+            if (this->line(v) == line)
+                return std::uint32_t(v);
+        }
+    }
+    return std::uint32_t(size());
 }
 
 int ToolpathStore::toolAt(std::size_t vertex) const
@@ -169,8 +208,25 @@ int ToolpathStore::toolAt(std::size_t vertex) const
 
 std::size_t ToolpathStore::bytesUsed() const
 {
-    return m_x.capacity() * sizeof(float) * 3 + m_lineKind.capacity() * sizeof(std::uint32_t)
+    return (m_x.capacity() + m_y.capacity() + m_z.capacity()) * sizeof(float) + m_codes.capacity()
+        + m_checkpoints.capacity() * sizeof(std::uint32_t) + m_farLines.capacity() * sizeof(m_farLines[0])
+        + m_chunkLines.capacity() * sizeof(m_chunkLines[0])
         + m_arcVertices.capacity() * sizeof(std::uint32_t) + m_arcs.capacity() * sizeof(Arc)
-        + m_boxes.capacity() * sizeof(Box) + m_lineStarts.capacity() * sizeof(m_lineStarts[0])
+        + m_boxes.capacity() * sizeof(Box)
         + m_toolChanges.capacity() * sizeof(ToolChange);
+}
+
+void ToolpathStore::squeeze()
+{
+    m_x.shrink_to_fit();
+    m_y.shrink_to_fit();
+    m_z.shrink_to_fit();
+    m_codes.shrink_to_fit();
+    m_checkpoints.shrink_to_fit();
+    m_farLines.shrink_to_fit();
+    m_arcVertices.shrink_to_fit();
+    m_arcs.shrink_to_fit();
+    m_boxes.shrink_to_fit();
+    m_chunkLines.shrink_to_fit();
+    m_toolChanges.shrink_to_fit();
 }

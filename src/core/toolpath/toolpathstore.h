@@ -12,7 +12,9 @@ enum class MoveKind : std::uint8_t { rapid = 0, feed = 1, arc = 2, cycleRapid = 
 // The path the tool travels, compact enough to hold a 100 MB program for
 // drawing: one vertex per move end, positions as float relative to `origin()`
 // (millimetres, X as radius even in turning; the summary keeps the doubles),
-// the source line and the kind packed into 32 bits. An arc is one vertex plus
+// the kind and the step from the previous vertex's source line in one byte
+// (lines are read back from a checkpoint every 64 vertices, and a step that
+// does not fit is kept apart), about 13 bytes a vertex. An arc is one vertex plus
 // an entry in the arc table; `arcPoints` tessellates it in double precision
 // for whatever chord error the caller's scale needs, ending exactly on the
 // stored end point. The store only grows while a program is interpreted and is
@@ -50,8 +52,8 @@ public:
     bool empty() const { return m_x.empty(); }
     std::array<double, 3> origin() const { return m_origin; }
     std::array<float, 3> position(std::size_t vertex) const { return {m_x[vertex], m_y[vertex], m_z[vertex]}; }
-    MoveKind kind(std::size_t vertex) const { return MoveKind(m_lineKind[vertex] >> 29); }
-    std::uint32_t line(std::size_t vertex) const { return m_lineKind[vertex] & maxLine; }
+    MoveKind kind(std::size_t vertex) const { return MoveKind(m_codes[vertex] >> 5); }
+    std::uint32_t line(std::size_t vertex) const;
     const float *xs() const { return m_x.data(); }
     const float *ys() const { return m_y.data(); }
     const float *zs() const { return m_z.data(); }
@@ -72,14 +74,21 @@ public:
     int toolAt(std::size_t vertex) const;
 
     std::size_t bytesUsed() const;
+    // Gives back the room the vectors grew into; for a store that is complete.
+    void squeeze();
 
 private:
     std::array<double, 3> m_origin{};
     std::vector<float> m_x, m_y, m_z;
-    std::vector<std::uint32_t> m_lineKind;
+    static constexpr int kLineCheckpoint = 64;  // vertices between stored lines
+    static constexpr std::uint8_t kFarStep = 31; // the step is in m_farLines
+    std::vector<std::uint8_t> m_codes;           // kind << 5 | step from the previous vertex's line
+    std::vector<std::uint32_t> m_checkpoints;    // line of vertex i * kLineCheckpoint
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> m_farLines; // (vertex, line), ascending by vertex
+    std::uint32_t m_lastLine = 0;
     std::vector<std::uint32_t> m_arcVertices; // ascending, for lookup by vertex
     std::vector<Arc> m_arcs;
     std::vector<Box> m_boxes;
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> m_lineStarts; // (line, first vertex), ascending by line
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> m_chunkLines; // (lowest, highest) line of each chunk
     std::vector<ToolChange> m_toolChanges;
 };
