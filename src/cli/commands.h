@@ -5,3 +5,4 @@
 // The command tables of `varn`, one per area.
 QList<CommandSpec> textCommands();
 QList<CommandSpec> serialCommands();
+QList<CommandSpec> toolpathCommands();

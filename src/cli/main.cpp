@@ -9,7 +9,7 @@ namespace {
 
 QList<CommandSpec> allCommands()
 {
-    return textCommands() + serialCommands();
+    return textCommands() + toolpathCommands() + serialCommands();
 }
 
 QString optionList(const CommandSpec &spec)
