@@ -6,3 +6,4 @@
 QList<CommandSpec> textCommands();
 QList<CommandSpec> serialCommands();
 QList<CommandSpec> toolpathCommands();
+QList<CommandSpec> plotCommands();

@@ -9,7 +9,7 @@ namespace {
 
 QList<CommandSpec> allCommands()
 {
-    return textCommands() + toolpathCommands() + serialCommands();
+    return textCommands() + toolpathCommands() + plotCommands() + serialCommands();
 }
 
 QString optionList(const CommandSpec &spec)
