@@ -1439,5 +1439,9 @@
         <source>Draw the path the tool travels into a PNG picture, as the Toolpath panel shows it.</source>
         <translation>Dibuja la trayectoria de la herramienta en una imagen PNG, como la muestra el panel Trayectoria.</translation>
     </message>
+    <message>
+        <source>Toolpath: %@</source>
+        <translation>Trayectoria: %@</translation>
+    </message>
 </context>
 </TS>

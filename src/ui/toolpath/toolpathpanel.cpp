@@ -153,8 +153,15 @@ void ToolpathPanel::watchSelectedDocument()
 {
     disconnect(m_textWatch);
     if (!m_caretWatch && m_controller.editor()) {
-        m_caretWatch = connect(m_controller.editor(), &QsciScintilla::cursorPositionChanged, m_view,
-                               [this](int line, int) { m_view->setCaretLine(line + 1); });
+        GCodeEditor *editor = m_controller.editor();
+        m_caretWatch = connect(editor, &QsciScintilla::cursorPositionChanged, m_view, [this, editor](int line, int) {
+            // Going to a line selects it whole, leaving the caret at the start of the next one.
+            if (editor->hasSelectedText()) {
+                int toLine = 0, fromIndex = 0, toIndex = 0;
+                editor->getSelection(&line, &fromIndex, &toLine, &toIndex);
+            }
+            m_view->setCaretLine(line + 1);
+        });
     }
     EditorDocument *doc = m_model.selectedDocument();
     if (!doc) {
@@ -168,6 +175,13 @@ void ToolpathPanel::watchSelectedDocument()
         if (isVisible())
             m_delay.start(AppModel::analysisDelayMs);
     });
+    if (doc->id() != m_shownDocument && m_summary) {
+        // Another program's path is never shown under this one's name.
+        m_summary.reset();
+        m_shownDocument = QUuid();
+        m_view->setStore(nullptr, nullptr, false);
+        showSummary();
+    }
     if (isVisible() && (doc->id() != m_shownDocument || !m_summary))
         m_delay.start(0);
 }
@@ -245,6 +259,7 @@ void ToolpathPanel::showSummary()
     m_warnings->hide();
     if (!m_summary) {
         m_status->setText(m_running ? L10n::text("Drawing the path…", language) : QString());
+        emit warningsChanged();
         return;
     }
     const ToolpathSummary &s = *m_summary;
@@ -285,6 +300,7 @@ void ToolpathPanel::showSummary()
         item->setData(Qt::UserRole, warning.line);
     }
     m_warnings->setVisible(!s.warnings.empty());
+    emit warningsChanged();
 }
 
 void ToolpathPanel::retranslate()

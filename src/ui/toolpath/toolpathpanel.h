@@ -48,6 +48,8 @@ public:
     QListWidget *warningList() const { return m_warnings; }
     QString statusText() const;
     bool isInterpreting() const { return m_running; }
+    // The warnings of the path on screen (none while nothing is shown).
+    std::vector<ToolpathWarning> warnings() const { return m_summary ? m_summary->warnings : std::vector<ToolpathWarning>(); }
 
     // The line being received in the running transfer (0: none).
     static int lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent);
@@ -55,6 +57,7 @@ public:
 signals:
     // A result was applied to the view (tests, captures).
     void pathShown();
+    void warningsChanged();
 
 protected:
     void showEvent(QShowEvent *event) override;

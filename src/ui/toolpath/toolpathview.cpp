@@ -47,8 +47,10 @@ void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::sha
     m_coarse = std::move(coarse);
     m_brightTool = -1;
     m_pictureSentEnd = 0;
-    if (m_store && (fitIt || first))
+    if (m_store && (fitIt || first || m_fitted)) {
         m_camera.fit(*m_store);
+        m_fitted = true;
+    }
     setCaretLine(m_caretLine);
     cameraChanged(0);
 }
@@ -64,6 +66,7 @@ void ToolpathView::setView(ToolpathCamera::View view)
     m_camera.setView(view);
     if (m_store)
         m_camera.fit(*m_store);
+    m_fitted = true;
     cameraChanged(0);
 }
 
@@ -71,6 +74,7 @@ void ToolpathView::fit()
 {
     if (m_store)
         m_camera.fit(*m_store);
+    m_fitted = true;
     cameraChanged(0);
 }
 
@@ -98,6 +102,7 @@ void ToolpathView::setCaretLine(int line)
         }
         const QPointF at = m_camera.project(m_store->position(vertex));
         if (!rect().contains(at.toPoint())) {
+            m_fitted = false;
             m_camera.panBy(QPointF(width() / 2.0, height() / 2.0) - at);
             cameraChanged(0);
         }
@@ -240,7 +245,7 @@ void ToolpathView::resizeEvent(QResizeEvent *event)
     QWidget::resizeEvent(event);
     // The model point in the middle stays in the middle; a path not yet seen is fitted.
     m_camera.setViewport(size());
-    if (m_store && m_picture.isNull())
+    if (m_store && m_fitted)
         m_camera.fit(*m_store);
     cameraChanged(m_picture.isNull() ? 0 : restDelayMs);
 }
@@ -265,6 +270,7 @@ void ToolpathView::mouseMoveEvent(QMouseEvent *event)
     if (!m_moved && (event->position() - m_pressAt).manhattanLength() < 4)
         return;
     m_moved = true;
+    m_fitted = m_fitted && m_drag == Drag::none;
     if (m_drag == Drag::pan) {
         m_camera.panBy(delta);
         cameraChanged(restDelayMs);
@@ -296,6 +302,7 @@ void ToolpathView::wheelEvent(QWheelEvent *event)
     if (steps == 0)
         return;
     m_camera.zoomAt(event->position(), std::pow(1.2, steps));
+    m_fitted = false;
     cameraChanged(restDelayMs);
 }
 

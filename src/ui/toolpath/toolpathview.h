@@ -48,6 +48,7 @@ public:
     void setCaretLine(int line);
     // Lines before `line` have been sent; `line` is being received (0: no transfer).
     void setTransferLine(int line);
+    int transferLine() const { return m_transferLine; }
 
     // The last finished picture (tests, captures).
     const QImage &picture() const { return m_picture; }
@@ -93,6 +94,8 @@ private:
     quint64 m_generation = 0;
     bool m_rendering = false;
     bool m_rerender = false;
+    // Until the user moves the camera, a resize fits the path again.
+    bool m_fitted = true;
 
     int m_caretLine = 0;
     int m_brightTool = -1;

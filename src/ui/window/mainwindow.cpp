@@ -81,8 +81,8 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
                                {[this] { showPreferences(); }, [this] { showAbout(); }, [this] { close(); }});
     m_model.setEditor(m_controller);
 
-    m_toolpathToggle = TranslatedAction::create(this, VARN_TR_KEY("Toolpath"), VARN_TR_KEY("Toolpath (Ctrl+Shift+P)"),
-                                                {}, [this] { setToolpathVisible(!m_toolpath->isVisible()); });
+    m_toolpathToggle = TranslatedAction::create(m_menus, VARN_TR_KEY("Toolpath"), VARN_TR_KEY("Toolpath (Ctrl+Shift+P)"),
+                                                {}, [this] { setToolpathVisible(m_toolpath->isHidden()); });
     m_toolpathToggle->setCheckable(true);
     m_toolpathToggle->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+P")));
     if (QAction *inspectorItem = m_menus->action(QStringLiteral("Analysis Panel"))) {
@@ -95,6 +95,14 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
         }
     }
     addAction(m_toolpathToggle);
+    connect(m_toolpath, &ToolpathPanel::warningsChanged, this, [this] {
+        QList<std::pair<int, QString>> rows;
+        if (!m_toolpath->isHidden()) {
+            for (const ToolpathWarning &warning : m_toolpath->warnings())
+                rows.append({warning.line, warning.message});
+        }
+        m_inspector->setToolpathWarnings(rows);
+    });
     m_actionBar->addPanelToggle(m_toolpathToggle);
 
     connect(&m_model, &AppModel::selectedDocumentChanged, this, &MainWindow::watchSelectedDocument);
@@ -119,17 +127,21 @@ MainWindow::~MainWindow()
 void MainWindow::setToolpathVisible(bool visible)
 {
     m_toolpathToggle->setChecked(visible);
-    if (visible == m_toolpath->isVisible())
+    if (visible == !m_toolpath->isHidden())
         return;
     const int index = m_columns->indexOf(m_toolpath);
     QList<int> sizes = m_columns->sizes();
     const int editorIndex = m_columns->indexOf(m_editorColumn);
     m_toolpath->setVisible(visible);
+    emit m_toolpath->warningsChanged();
     if (visible) {
         // The panel takes its room from the editor, never from the sidebar or the inspector.
-        const int width = std::max(320, sizes[editorIndex] * 9 / 20);
-        sizes[index] = width;
-        sizes[editorIndex] = std::max(200, sizes[editorIndex] - width);
+        // Before the first layout the splitter has no sizes yet: share the window's width.
+        const int room = sizes[editorIndex] > 0 ? sizes[editorIndex] : width() - 240;
+        const int panelWidth = std::max(320, room * 9 / 20);
+        sizes[editorIndex] = room;
+        sizes[index] = panelWidth;
+        sizes[editorIndex] = std::max(200, sizes[editorIndex] - panelWidth);
     } else {
         sizes[editorIndex] += sizes[index];
         sizes[index] = 0;
