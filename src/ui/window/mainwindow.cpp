@@ -84,6 +84,8 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
     m_toolpathToggle = TranslatedAction::create(m_menus, VARN_TR_KEY("Toolpath"), VARN_TR_KEY("Toolpath (Ctrl+Shift+P)"),
                                                 {}, [this] { setToolpathVisible(m_toolpath->isHidden()); });
     m_toolpathToggle->setCheckable(true);
+    m_toolpathToggle->setText(L10n::text("Toolpath", model.language()));
+    m_toolpathToggle->setToolTip(L10n::text("Toolpath (Ctrl+Shift+P)", model.language()));
     m_toolpathToggle->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+P")));
     if (QAction *inspectorItem = m_menus->action(QStringLiteral("Analysis Panel"))) {
         for (QObject *owner : inspectorItem->associatedObjects()) {
