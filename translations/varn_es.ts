@@ -1424,6 +1424,88 @@
     <message>
         <source>--idle takes whole seconds from 1 to 3600.</source>
         <translation>--idle admite segundos enteros de 1 a 3600.</translation>
+        <source>Toolpath</source>
+        <translation>Trayectoria</translation>
+    </message>
+    <message>
+        <source>Toolpath (Ctrl+Shift+P)</source>
+        <translation>Trayectoria (Ctrl+Mayús+P)</translation>
+    </message>
+    <message>
+        <source>Top</source>
+        <translation>Planta</translation>
+    </message>
+    <message>
+        <source>Front</source>
+        <translation>Alzado</translation>
+    </message>
+    <message>
+        <source>Side</source>
+        <translation>Perfil</translation>
+    </message>
+    <message>
+        <source>Iso</source>
+        <translation>Iso</translation>
+    </message>
+    <message>
+        <source>Turning</source>
+        <translation>Torneado</translation>
+    </message>
+    <message>
+        <source>Fit</source>
+        <translation>Ajustar</translation>
+    </message>
+    <message>
+        <source>Show the whole path (double-click)</source>
+        <translation>Mostrar toda la trayectoria (doble clic)</translation>
+    </message>
+    <message>
+        <source>Drawing the path…</source>
+        <translation>Dibujando la trayectoria…</translation>
+    </message>
+    <message>
+        <source>Rapid</source>
+        <translation>Rápido</translation>
+    </message>
+    <message>
+        <source>Feed</source>
+        <translation>Avance</translation>
+    </message>
+    <message>
+        <source>Hole</source>
+        <translation>Taladro</translation>
+    </message>
+    <message>
+        <source>Sent</source>
+        <translation>Enviado</translation>
+    </message>
+    <message>
+        <source>Nothing moves in this program.</source>
+        <translation>Este programa no mueve nada.</translation>
+    </message>
+    <message>
+        <source>X %@ to %@ · Y %@ to %@ · Z %@ to %@ %@</source>
+        <translation>X %@ a %@ · Y %@ a %@ · Z %@ a %@ %@</translation>
+    </message>
+    <message>
+        <source>Feed %@ · Rapid %@ %@ · Cutting time %@</source>
+        <translation>Avance %@ · Rápido %@ %@ · Tiempo de corte %@</translation>
+    </message>
+    <message>
+        <source>Line %@ · %@</source>
+        <translation>Línea %@ · %@</translation>
+    </message>
+    <message>
+        <source>Name the picture to write with -o FILE.png.</source>
+        <translation>Indique la imagen que se escribirá con -o ARCHIVO.png.</translation>
+    </message>
+    <message>
+        <source>--size takes WIDTHxHEIGHT between 16 and %@ pixels, not &quot;%@&quot;.</source>
+        <translation>--size admite ANCHOxALTO entre 16 y %@ píxeles, no &quot;%@&quot;.</translation>
+    </message>
+    <message>
+        <source>--view takes top, front, side or iso, not &quot;%@&quot;.</source>
+        <translation>--view admite top, front, side o iso, no &quot;%@&quot;.</translation>
     </message>
     <message>
         <source>Could not write %@: %@</source>
@@ -1910,6 +1992,12 @@
     <message>
         <source>Follow the path the tool travels: moves, lengths, bounds, tools and warnings.</source>
         <translation>Seguir la trayectoria de la herramienta: movimientos, longitudes, límites, herramientas y avisos.</translation>
+        <source>Draw the path the tool travels into a PNG picture, as the Toolpath panel shows it.</source>
+        <translation>Dibuja la trayectoria de la herramienta en una imagen PNG, como la muestra el panel Trayectoria.</translation>
+    </message>
+    <message>
+        <source>Toolpath: %@</source>
+        <translation>Trayectoria: %@</translation>
     </message>
 </context>
 </TS>

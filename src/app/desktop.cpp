@@ -37,6 +37,10 @@ int runDesktop(QApplication &app, AppModel &model, const LaunchMode &launch)
                            [path = launch.capturePath] { WindowCapture::captureAndExit(path); });
     }
 
+    // Captures leave the Toolpath panel hidden, as the window starts, unless asked for.
+    if (qEnvironmentVariable("VARN_TOOLPATH") == QLatin1String("1")) {
+        window.setToolpathVisible(true);
+    }
     window.show(); // its first appearance runs the model's start-up
     const int status = app.exec();
     model.setDialogs(nullptr);

@@ -18,3 +18,4 @@ std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wa
 int machinePayload(CommandContext &ctx);
 QList<CommandSpec> diffCommands();
 QList<CommandSpec> toolpathCommands();
+QList<CommandSpec> plotCommands();

@@ -9,7 +9,8 @@ namespace {
 
 QList<CommandSpec> allCommands()
 {
-    return textCommands() + toolpathCommands() + diffCommands() + serialCommands() + receiveCommands();
+    return textCommands() + toolpathCommands() + plotCommands() + diffCommands() + serialCommands()
+        + receiveCommands();
 }
 
 QString optionList(const CommandSpec &spec)

@@ -344,6 +344,14 @@ void InspectorView::retranslate()
     m_close->setAccessibleName(m_close->toolTip());
 }
 
+void InspectorView::setToolpathWarnings(QList<std::pair<int, QString>> warnings)
+{
+    if (warnings == m_toolpathWarnings)
+        return;
+    m_toolpathWarnings = std::move(warnings);
+    rebuild();
+}
+
 void InspectorView::rebuild()
 {
     const AppLanguage language = m_model.language();
@@ -379,7 +387,11 @@ void InspectorView::rebuild()
         rows.append(makeRow(RowKind::jump, warning.message, {}, warning.line, QStringLiteral("warning"),
                      VarnPalette::warning()));
     }
-    if (analysis->warnings.isEmpty()) {
+    for (const auto &[line, message] : m_toolpathWarnings) {
+        rows.append(makeRow(RowKind::jump, L10n::format("Toolpath: %@", language, {message}), {}, line,
+                            QStringLiteral("warning"), VarnPalette::warning()));
+    }
+    if (analysis->warnings.isEmpty() && m_toolpathWarnings.isEmpty()) {
         rows.append(makeRow(RowKind::note, L10n::text("No Warnings", language), {}, 0, QStringLiteral("check-seal"),
                      VarnPalette::ready()));
     }

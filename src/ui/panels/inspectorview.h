@@ -43,6 +43,9 @@ public:
     QListView *rowList() const { return m_list; }
     // The text shown instead of the rows; empty while the rows are shown.
     QString messageShown() const;
+    // Warnings of the Toolpath panel, listed after the analysis's own and
+    // marked as the toolpath's; empty while that panel is closed.
+    void setToolpathWarnings(QList<std::pair<int, QString>> warnings);
 
 protected:
     void showEvent(QShowEvent *event) override;
@@ -54,6 +57,7 @@ private:
     void jump(const QModelIndex &index);
 
     AppModel &m_model;
+    QList<std::pair<int, QString>> m_toolpathWarnings;
     QLabel *m_title;
     QToolButton *m_recalculate;
     QToolButton *m_close;

@@ -103,6 +103,7 @@ ActionBar::ActionBar(AppModel &model, EditorController &controller, QWidget *par
         create(this, VARN_TR_KEY("Next Spindle Speed S"), nullptr, {},
                [&controller] { controller.jumpToNext(EditorController::spindlePattern()); }),
     });
+    m_navigateMenu = navigate;
     m_full.append({addMenuButton(lines, QStringLiteral("lines"), "lines"),
                    addMenuButton(adjustments, QStringLiteral("adjustments"), "adjustments"),
                    addMenuButton(navigate, QStringLiteral("navigate"), "navigate")});
@@ -141,6 +142,7 @@ ActionBar::ActionBar(AppModel &model, EditorController &controller, QWidget *par
     program->addActions(navigate->actions());
     QMenu *analysis = TranslatedAction::menu(this, VARN_TR_KEY("Analysis Panel"));
     analysis->addAction(m_analysis);
+    m_panelMenu = analysis;
     QMenu *font = TranslatedAction::menu(this, VARN_TR_KEY("Font Size"));
     font->addActions({smaller, larger});
     m_compact = {addMenuButton(editing, QStringLiteral("editing"), "editingMenu"),
@@ -177,6 +179,13 @@ ActionBar::ActionBar(AppModel &model, EditorController &controller, QWidget *par
     connect(&m_model, &AppModel::showInspectorChanged, m_analysis, &QAction::setChecked);
     connect(&m_model, &AppModel::languageChanged, this, &ActionBar::retranslate);
     retranslate();
+}
+
+void ActionBar::addPanelToggle(QAction *toggle)
+{
+    m_navigateMenu->addSeparator();
+    m_navigateMenu->addAction(toggle);
+    m_panelMenu->addAction(toggle);
 }
 
 QToolButton *ActionBar::addButton(QAction *action, const char *objectName)

@@ -7,6 +7,7 @@
 class AppModel;
 class EditorController;
 class QAction;
+class QMenu;
 class QToolButton;
 
 // The bar of tools across the top of the window. Its arrangement follows its
@@ -33,6 +34,9 @@ public:
     ActionBar(AppModel &model, EditorController &controller, QWidget *parent = nullptr);
 
     Layout currentLayout() const { return m_layout; }
+    // A panel's toggle, offered in the Navigate menu of the wide and medium
+    // bars and in the compact bar's panel menu, so no layout gains a button.
+    void addPanelToggle(QAction *toggle);
     QSize minimumSizeHint() const override;
 
 protected:
@@ -55,5 +59,7 @@ private:
     QList<QToolButton *> m_compact;   // compact only
     QList<QWidget *> m_fullSeparators;
     QAction *m_analysis = nullptr;
+    QMenu *m_navigateMenu = nullptr;
+    QMenu *m_panelMenu = nullptr;
     QToolButton *m_appearance = nullptr;
 };

@@ -10,11 +10,15 @@
 #include "panels/receivedialog.h"
 #include "theme/appearance.h"
 #include "theme/varnpalette.h"
+#include "toolpath/toolpathpanel.h"
+#include "window/translatedaction.h"
 
 #include "workspace/appmodel.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QAction>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QPushButton>
@@ -56,9 +60,13 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
     m_columns->setChildrenCollapsible(false);
     m_columns->setHandleWidth(1);
     m_columns->addWidget(m_editorColumn);
+    m_toolpath = new ToolpathPanel(model, *m_controller, this);
+    m_toolpath->hide();
+    m_columns->addWidget(m_toolpath);
     m_columns->addWidget(m_inspector);
     m_columns->setStretchFactor(0, 1);
     m_columns->setStretchFactor(1, 0);
+    m_columns->setStretchFactor(2, 0);
     m_inspector->setVisible(model.showInspector());
 
     auto *central = new QWidget(this);
@@ -73,6 +81,32 @@ MainWindow::MainWindow(AppModel &model, QWidget *parent)
     m_menus = new CommandMenus(model, *m_controller, menuBar(),
                                {[this] { showPreferences(); }, [this] { showAbout(); }, [this] { close(); }});
     m_model.setEditor(m_controller);
+
+    m_toolpathToggle = TranslatedAction::create(m_menus, VARN_TR_KEY("Toolpath"), VARN_TR_KEY("Toolpath (Ctrl+Shift+P)"),
+                                                {}, [this] { setToolpathVisible(m_toolpath->isHidden()); });
+    m_toolpathToggle->setCheckable(true);
+    m_toolpathToggle->setText(L10n::text("Toolpath", model.language()));
+    m_toolpathToggle->setToolTip(L10n::text("Toolpath (Ctrl+Shift+P)", model.language()));
+    m_toolpathToggle->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+P")));
+    if (QAction *inspectorItem = m_menus->action(QStringLiteral("Analysis Panel"))) {
+        for (QObject *owner : inspectorItem->associatedObjects()) {
+            if (auto *menu = qobject_cast<QMenu *>(owner)) {
+                const QList<QAction *> items = menu->actions();
+                const qsizetype at = items.indexOf(inspectorItem);
+                menu->insertAction(at + 1 < items.size() ? items[at + 1] : nullptr, m_toolpathToggle);
+            }
+        }
+    }
+    addAction(m_toolpathToggle);
+    connect(m_toolpath, &ToolpathPanel::warningsChanged, this, [this] {
+        QList<std::pair<int, QString>> rows;
+        if (!m_toolpath->isHidden()) {
+            for (const ToolpathWarning &warning : m_toolpath->warnings())
+                rows.append({warning.line, warning.message});
+        }
+        m_inspector->setToolpathWarnings(rows);
+    });
+    m_actionBar->addPanelToggle(m_toolpathToggle);
 
     connect(&m_model, &AppModel::selectedDocumentChanged, this, &MainWindow::watchSelectedDocument);
     connect(&m_model, &AppModel::documentsChanged, this, &MainWindow::updateTitle);
@@ -93,6 +127,31 @@ MainWindow::~MainWindow()
     if (m_model.editor() == m_controller) {
         m_model.setEditor(nullptr);
     }
+}
+
+void MainWindow::setToolpathVisible(bool visible)
+{
+    m_toolpathToggle->setChecked(visible);
+    if (visible == !m_toolpath->isHidden())
+        return;
+    const int index = m_columns->indexOf(m_toolpath);
+    QList<int> sizes = m_columns->sizes();
+    const int editorIndex = m_columns->indexOf(m_editorColumn);
+    m_toolpath->setVisible(visible);
+    emit m_toolpath->warningsChanged();
+    if (visible) {
+        // The panel takes its room from the editor, never from the sidebar or the inspector.
+        // Before the first layout the splitter has no sizes yet: share the window's width.
+        const int room = sizes[editorIndex] > 0 ? sizes[editorIndex] : width() - 240;
+        const int panelWidth = std::max(320, room * 9 / 20);
+        sizes[editorIndex] = room;
+        sizes[index] = panelWidth;
+        sizes[editorIndex] = std::max(200, sizes[editorIndex] - panelWidth);
+    } else {
+        sizes[editorIndex] += sizes[index];
+        sizes[index] = 0;
+    }
+    m_columns->setSizes(sizes);
 }
 
 void MainWindow::showEvent(QShowEvent *event)

@@ -14,7 +14,9 @@ class CommandMenus;
 class EditorController;
 class EditorPane;
 class InspectorView;
+class QAction;
 class QSplitter;
+class ToolpathPanel;
 
 // The program's one window: menus, the action bar, and a horizontal split of
 // the Explorer sidebar, the editor pane (with the send panel under it) and
@@ -56,6 +58,11 @@ public:
     ActionBar *actionBar() const { return m_actionBar; }
     InspectorView *inspector() const { return m_inspector; }
     CommandMenus *menus() const { return m_menus; }
+    // The Toolpath panel beside the editor; hidden until asked for, so the
+    // window's layout stays as it was for everyone who does not open it.
+    ToolpathPanel *toolpathPanel() const { return m_toolpath; }
+    QAction *toolpathToggle() const { return m_toolpathToggle; }
+    void setToolpathVisible(bool visible);
     // The alert on screen, if any.
     QMessageBox *alertBox() const { return m_alertBox; }
 
@@ -79,6 +86,8 @@ private:
     ActionBar *m_actionBar;
     EditorPane *m_pane;
     InspectorView *m_inspector;
+    ToolpathPanel *m_toolpath;
+    QAction *m_toolpathToggle;
     CommandMenus *m_menus;
     QSplitter *m_columns;
     QSplitter *m_editorColumn;

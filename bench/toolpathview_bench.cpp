@@ -1,0 +1,186 @@
+// The Toolpath panel's figures on the 100 MB generated program at 1180×740:
+// the first and the full picture after the program is shown, frames while
+// panning, zooming and turning, memory per vertex, caret → highlight,
+// click → line and one transfer progress step.
+#include "toolpath/render/toolpathcoarse.h"
+#include "toolpath/render/toolpathpicker.h"
+#include "toolpath/render/toolpathrenderer.h"
+
+#include "programgenerator.h"
+#include "toolpath/toolpathinterpreter.h"
+#include "toolpath/toolpathstore.h"
+
+#include <QPainter>
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+namespace {
+
+const QSize viewport(1180, 740);
+
+qint64 programBytes()
+{
+    const qint64 mb = qEnvironmentVariableIntValue("VARN_BENCH_TOOLPATH_MB");
+    return (mb > 0 ? mb : 100) * 1000 * 1000;
+}
+
+const QString &program()
+{
+    static const QString text = ProgramGenerator::milling(programBytes());
+    return text;
+}
+
+struct Path {
+    ToolpathStore store;
+    ToolpathStore coarse;
+    long long lines = 0;
+};
+
+const Path &path()
+{
+    static const std::unique_ptr<Path> made = [] {
+        auto p = std::make_unique<Path>();
+        const ToolpathSummary summary =
+            ToolpathInterpreter::interpret(program(), {}, AppLanguage::english, &p->store);
+        p->lines = summary.endLine;
+        p->coarse = ToolpathCoarse::build(p->store, ToolpathCoarse::toleranceFor(p->store, 1200));
+        return p;
+    }();
+    return *made;
+}
+
+ToolpathCamera camera(ToolpathCamera::View view = ToolpathCamera::View::iso)
+{
+    ToolpathCamera c;
+    c.setView(view);
+    c.setViewport(viewport);
+    c.fit(path().store);
+    return c;
+}
+
+// From the text on screen to a picture: interpretation, coarse level, coarse picture.
+void ToolpathFirstPicture(benchmark::State &state)
+{
+    const QString &text = program();
+    for (auto _ : state) {
+        ToolpathStore store;
+        ToolpathInterpreter::interpret(text, {}, AppLanguage::english, &store);
+        const ToolpathStore coarse = ToolpathCoarse::build(store, ToolpathCoarse::toleranceFor(store, 1200));
+        ToolpathCamera c;
+        c.setView(ToolpathCamera::View::iso);
+        c.setViewport(viewport);
+        c.fit(coarse);
+        QImage image;
+        ToolpathRenderer::render(coarse, c, ToolpathStyle::forAppearance(true), {}, image);
+        benchmark::DoNotOptimize(image);
+    }
+}
+
+// The full-quality picture of a finished store, two bands (both cores).
+void ToolpathFullPicture(benchmark::State &state)
+{
+    const ToolpathCamera c = camera();
+    ToolpathRenderOptions options;
+    options.bands = int(state.range(0));
+    QImage image;
+    for (auto _ : state)
+        ToolpathRenderer::render(path().store, c, ToolpathStyle::forAppearance(true), options, image);
+    state.counters["vertices"] = double(path().store.size());
+}
+
+// A frame while turning: the coarse level.
+void ToolpathTurnFrame(benchmark::State &state)
+{
+    ToolpathCamera c = camera();
+    QImage image;
+    for (auto _ : state) {
+        c.rotateBy(3, 1);
+        ToolpathRenderer::render(path().coarse, c, ToolpathStyle::forAppearance(true), {}, image);
+    }
+    state.counters["coarse_vertices"] = double(path().coarse.size());
+}
+
+// A frame while panning or zooming: the finished picture moved and scaled.
+void ToolpathPanZoomFrame(benchmark::State &state)
+{
+    QImage picture(viewport, QImage::Format_ARGB32_Premultiplied);
+    picture.fill(Qt::darkGray);
+    QImage screen(viewport, QImage::Format_ARGB32_Premultiplied);
+    double k = 1;
+    for (auto _ : state) {
+        k = k > 2 ? 1 : k * 1.05;
+        QPainter painter(&screen);
+        painter.fillRect(screen.rect(), Qt::black);
+        painter.translate(-20 * k, -10 * k);
+        painter.scale(k, k);
+        painter.drawImage(0, 0, picture);
+    }
+}
+
+void ToolpathMemory(benchmark::State &state)
+{
+    const ToolpathStore &store = path().store;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(store.bytesUsed());
+    state.counters["bytes_per_vertex"] = double(store.bytesUsed()) / double(store.size());
+    state.counters["store_MB"] = double(store.bytesUsed()) / 1e6;
+    state.counters["lines"] = double(path().lines);
+}
+
+// Caret → highlight: the move of a line found, its tool, the move drawn over the picture.
+void ToolpathCaretHighlight(benchmark::State &state)
+{
+    const ToolpathStore &store = path().store;
+    const ToolpathCamera c = camera();
+    QImage screen(viewport, QImage::Format_ARGB32_Premultiplied);
+    std::uint32_t line = 1;
+    for (auto _ : state) {
+        line = (line * 7919 + 13) % std::uint32_t(path().lines) + 1;
+        QPainter painter(&screen);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const std::uint32_t vertex = store.firstVertexOfLine(line);
+        if (vertex < store.size()) {
+            benchmark::DoNotOptimize(store.toolAt(vertex));
+            ToolpathRenderer::drawRange(store, c, painter, vertex, vertex + 1, Qt::yellow, 2.5);
+        }
+    }
+}
+
+// Click → line, at points on and off the path.
+void ToolpathClick(benchmark::State &state)
+{
+    const ToolpathCamera c = camera(ToolpathCamera::View::top);
+    int i = 0;
+    for (auto _ : state) {
+        ++i;
+        const QPointF pixel((i * 97) % viewport.width(), (i * 57) % viewport.height());
+        benchmark::DoNotOptimize(ToolpathPicker::pick(path().store, c, pixel));
+    }
+}
+
+// One transfer progress step: the newly sent stretch (a chunk of 256 bytes is a dozen blocks) drawn over the picture.
+void ToolpathTransferStep(benchmark::State &state)
+{
+    const ToolpathCamera c = camera();
+    QImage picture(viewport, QImage::Format_ARGB32_Premultiplied);
+    std::uint32_t sent = 0;
+    for (auto _ : state) {
+        const std::uint32_t next = std::min<std::uint32_t>(sent + 12, std::uint32_t(path().store.size()));
+        QPainter painter(&picture);
+        painter.setRenderHint(QPainter::Antialiasing);
+        ToolpathRenderer::drawRange(path().store, c, painter, sent, next, Qt::green, 1.0);
+        sent = next >= path().store.size() ? 0 : next;
+    }
+}
+
+} // namespace
+
+BENCHMARK(ToolpathMemory)->Iterations(1);
+BENCHMARK(ToolpathFirstPicture)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(ToolpathFullPicture)->Unit(benchmark::kMillisecond)->Arg(1)->Arg(2)->Iterations(3);
+BENCHMARK(ToolpathTurnFrame)->Unit(benchmark::kMillisecond);
+BENCHMARK(ToolpathPanZoomFrame)->Unit(benchmark::kMillisecond);
+BENCHMARK(ToolpathCaretHighlight)->Unit(benchmark::kMillisecond);
+BENCHMARK(ToolpathClick)->Unit(benchmark::kMillisecond);
+BENCHMARK(ToolpathTransferStep)->Unit(benchmark::kMillisecond);

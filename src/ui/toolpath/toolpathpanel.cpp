@@ -1,0 +1,354 @@
+#include "toolpathpanel.h"
+
+#include "toolpathview.h"
+
+#include "toolpath/render/toolpathcoarse.h"
+
+#include "editor/editorcontroller.h"
+#include "editor/gcodeeditor.h"
+#include "theme/varnpalette.h"
+#include "window/translatedaction.h"
+
+#include "toolpath/toolpathinterpreter.h"
+#include "toolpath/toolpathstore.h"
+#include "toolpath/toolpathturning.h"
+#include "transfer/gcodesender.h"
+#include "workspace/appmodel.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QPalette>
+#include <QToolButton>
+#include <QVBoxLayout>
+#include <QtConcurrent>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+struct ViewChoice {
+    const char *key;
+    ToolpathCamera::View view;
+};
+constexpr ViewChoice viewChoices[] = {{VARN_TR_KEY("Top"), ToolpathCamera::View::top},
+                                      {VARN_TR_KEY("Front"), ToolpathCamera::View::front},
+                                      {VARN_TR_KEY("Side"), ToolpathCamera::View::side},
+                                      {VARN_TR_KEY("Iso"), ToolpathCamera::View::iso}};
+
+// The coarse level is sized for a picture of the whole path about this wide.
+constexpr double coarsePixels = 1200;
+
+bool darkPalette()
+{
+    return QApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+QString duration(double seconds)
+{
+    const long long total = std::llround(std::max(seconds, 0.0));
+    return QStringLiteral("%1:%2:%3")
+        .arg(total / 3600)
+        .arg(total / 60 % 60, 2, 10, QLatin1Char('0'))
+        .arg(total % 60, 2, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWidget *parent)
+    : QFrame(parent), m_model(model), m_controller(controller)
+{
+    setObjectName(QStringLiteral("toolpathPanel"));
+    setMinimumWidth(300);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+
+    auto *header = new QHBoxLayout;
+    header->setContentsMargins(8, 4, 8, 4);
+    m_title = new QLabel(this);
+    m_title->setStyleSheet(QStringLiteral("font-weight: bold;"));
+    header->addWidget(m_title);
+    header->addStretch(1);
+    m_views = new QButtonGroup(this);
+    for (int i = 0; i < int(std::size(viewChoices)); ++i) {
+        auto *button = new QToolButton(this);
+        button->setCheckable(true);
+        button->setAutoRaise(true);
+        m_views->addButton(button, i);
+        header->addWidget(button);
+    }
+    m_views->button(0)->setChecked(true);
+    m_turning = new QCheckBox(this);
+    header->addWidget(m_turning);
+    m_fit = new QToolButton(this);
+    m_fit->setAutoRaise(true);
+    header->addWidget(m_fit);
+    column->addLayout(header);
+
+    m_view = new ToolpathView(this);
+    column->addWidget(m_view, 1);
+    m_status = new QLabel(this);
+    m_status->setContentsMargins(8, 4, 8, 4);
+    m_status->setWordWrap(true);
+    m_status->setTextFormat(Qt::RichText);
+    column->addWidget(m_status);
+    m_warnings = new QListWidget(this);
+    m_warnings->setMaximumHeight(96);
+    m_warnings->setFrameShape(QFrame::NoFrame);
+    m_warnings->hide();
+    column->addWidget(m_warnings);
+
+    m_delay.setSingleShot(true);
+    connect(&m_delay, &QTimer::timeout, this, &ToolpathPanel::interpret);
+    connect(&m_watcher, &QFutureWatcher<Result>::finished, this, &ToolpathPanel::interpretationFinished);
+    connect(m_views, &QButtonGroup::idClicked, this,
+            [this](int id) { m_view->setView(viewChoices[id].view); });
+    connect(m_turning, &QCheckBox::clicked, this, [this](bool turning) {
+        if (const EditorDocument *doc = m_model.selectedDocument())
+            m_latheByDocument.insert(doc->id(), turning);
+        interpret();
+    });
+    connect(m_fit, &QToolButton::clicked, m_view, &ToolpathView::fit);
+    connect(m_view, &ToolpathView::lineClicked, this, [this](int line) { m_controller.goToLine(line); });
+    connect(m_warnings, &QListWidget::itemClicked, this,
+            [this](QListWidgetItem *item) { m_controller.goToLine(item->data(Qt::UserRole).toInt()); });
+    connect(&m_model, &AppModel::selectedDocumentChanged, this, &ToolpathPanel::watchSelectedDocument);
+    connect(&m_model, &AppModel::languageChanged, this, &ToolpathPanel::retranslate);
+    connect(&m_model, &AppModel::appearanceApplied, this, [this] { applyAppearance(); });
+    connect(&m_model.transfer(), &TransferController::stateChanged, this, &ToolpathPanel::followTransfer);
+    retranslate();
+    applyAppearance();
+    watchSelectedDocument();
+}
+
+ToolpathPanel::~ToolpathPanel()
+{
+    if (m_cancel)
+        *m_cancel = true;
+    m_watcher.waitForFinished();
+}
+
+void ToolpathPanel::showEvent(QShowEvent *event)
+{
+    QFrame::showEvent(event);
+    applyAppearance();
+    watchSelectedDocument();
+}
+
+bool ToolpathPanel::latheChoice() const
+{
+    const EditorDocument *doc = m_model.selectedDocument();
+    if (!doc)
+        return false;
+    const auto chosen = m_latheByDocument.constFind(doc->id());
+    return chosen != m_latheByDocument.cend() ? *chosen : ToolpathTurning::looksLikeTurning(doc->text());
+}
+
+void ToolpathPanel::watchSelectedDocument()
+{
+    disconnect(m_textWatch);
+    if (!m_caretWatch && m_controller.editor()) {
+        GCodeEditor *editor = m_controller.editor();
+        m_caretWatch = connect(editor, &QsciScintilla::cursorPositionChanged, m_view, [this, editor](int line, int) {
+            // Going to a line selects it whole, leaving the caret at the start of the next one.
+            if (editor->hasSelectedText()) {
+                int toLine = 0, fromIndex = 0, toIndex = 0;
+                editor->getSelection(&line, &fromIndex, &toLine, &toIndex);
+            }
+            m_view->setCaretLine(line + 1);
+        });
+    }
+    EditorDocument *doc = m_model.selectedDocument();
+    if (!doc) {
+        m_summary.reset();
+        m_shownDocument = QUuid();
+        m_view->setStore(nullptr, nullptr, false);
+        showSummary();
+        return;
+    }
+    m_textWatch = connect(doc, &EditorDocument::textChanged, this, [this] {
+        if (isVisible())
+            m_delay.start(AppModel::analysisDelayMs);
+    });
+    if (doc->id() != m_shownDocument && m_summary) {
+        // Another program's path is never shown under this one's name.
+        m_summary.reset();
+        m_shownDocument = QUuid();
+        m_view->setStore(nullptr, nullptr, false);
+        showSummary();
+    }
+    if (isVisible() && (doc->id() != m_shownDocument || !m_summary))
+        m_delay.start(0);
+}
+
+void ToolpathPanel::interpret()
+{
+    m_delay.stop();
+    EditorDocument *doc = m_model.selectedDocument();
+    if (!doc || !isVisible())
+        return;
+    if (m_cancel)
+        *m_cancel = true;
+    if (m_running) {
+        // The run under way stops at its next check; its end starts this one.
+        return;
+    }
+    const bool lathe = latheChoice();
+    m_turning->setChecked(lathe);
+    m_cancel = std::make_shared<std::atomic<bool>>(false);
+    m_running = true;
+    showSummary();
+    m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), lathe,
+                                           language = m_model.language(), cancel = m_cancel] {
+        Result result{id, revision, lathe, {}, {}, {}};
+        auto store = std::make_shared<ToolpathStore>();
+        ToolpathOptions options;
+        options.lathe = lathe;
+        result.summary = ToolpathInterpreter::interpret(text, options, language, store.get(),
+                                                        [&cancel] { return cancel->load(); });
+        if (!result.summary.cancelled && !cancel->load()) {
+            result.coarse = std::make_shared<const ToolpathStore>(
+                ToolpathCoarse::build(*store, ToolpathCoarse::toleranceFor(*store, coarsePixels)));
+            result.store = std::move(store);
+        }
+        return result;
+    }));
+}
+
+void ToolpathPanel::interpretationFinished()
+{
+    m_running = false;
+    const Result result = m_watcher.result();
+    const EditorDocument *doc = m_model.selectedDocument();
+    const bool current = doc && result.store && doc->id() == result.document && doc->revision() == result.revision &&
+                         result.lathe == latheChoice();
+    if (!current) {
+        if (doc && isVisible() && !m_delay.isActive())
+            interpret();
+        return;
+    }
+    const bool fit = result.document != m_shownDocument || result.lathe != m_shownLathe;
+    m_shownDocument = result.document;
+    m_shownLathe = result.lathe;
+    m_summary = result.summary;
+    if (fit) {
+        const bool turning = result.lathe;
+        m_view->setView(turning ? ToolpathCamera::View::turning : viewChoices[std::max(0, m_views->checkedId())].view);
+        for (QAbstractButton *button : m_views->buttons())
+            button->setEnabled(!turning);
+    }
+    m_view->setStore(result.store, result.coarse, fit);
+    showSummary();
+    emit pathShown();
+}
+
+QString ToolpathPanel::statusText() const
+{
+    return m_status->text();
+}
+
+void ToolpathPanel::showSummary()
+{
+    const AppLanguage language = m_model.language();
+    m_warnings->clear();
+    m_warnings->hide();
+    if (!m_summary) {
+        m_status->setText(m_running ? L10n::text("Drawing the path…", language) : QString());
+        emit warningsChanged();
+        return;
+    }
+    const ToolpathSummary &s = *m_summary;
+    const ToolpathStyle style = ToolpathStyle::forAppearance(darkPalette());
+    auto swatch = [](const QColor &colour, const QString &label) {
+        return QStringLiteral("<span style=\"color:%1\">&#9632;</span>&nbsp;%2").arg(colour.name(), label.toHtmlEscaped());
+    };
+    QString text = swatch(style.rapid, L10n::text("Rapid", language)) + QStringLiteral(" &nbsp; ") +
+                   swatch(style.feed, L10n::text("Feed", language)) + QStringLiteral(" &nbsp; ") +
+                   swatch(style.hole, L10n::text("Hole", language)) + QStringLiteral(" &nbsp; ") +
+                   swatch(style.sent, L10n::text("Sent", language)) + QStringLiteral("<br>");
+    const double unit = s.inches ? 25.4 : 1.0;
+    const char *unitName = s.inches ? "in" : "mm";
+    auto number = [&](double mm) { return L10n::number(mm / unit, s.inches ? "%.4f" : "%.3f", language); };
+    std::optional<ToolpathSummary::Bounds> bounds = s.feedBounds ? s.feedBounds : s.rapidBounds;
+    if (s.feedBounds && s.rapidBounds) {
+        for (int axis = 0; axis < 3; ++axis) {
+            bounds->min[axis] = std::min(s.feedBounds->min[axis], s.rapidBounds->min[axis]);
+            bounds->max[axis] = std::max(s.feedBounds->max[axis], s.rapidBounds->max[axis]);
+        }
+    }
+    if (!bounds) {
+        text += L10n::text("Nothing moves in this program.", language);
+    } else {
+        text += L10n::format("X %@ to %@ · Y %@ to %@ · Z %@ to %@ %@", language,
+                             {number(bounds->min[0]), number(bounds->max[0]), number(bounds->min[1]),
+                              number(bounds->max[1]), number(bounds->min[2]), number(bounds->max[2]),
+                              QString::fromLatin1(unitName)}) +
+                QStringLiteral("<br>") +
+                L10n::format("Feed %@ · Rapid %@ %@ · Cutting time %@", language,
+                             {number(s.feedLength), number(s.rapidLength), QString::fromLatin1(unitName),
+                              duration(s.feedSeconds)});
+    }
+    m_status->setText(text);
+    for (const ToolpathWarning &warning : s.warnings) {
+        auto *item = new QListWidgetItem(
+            L10n::format("Line %@ · %@", language, {QString::number(warning.line), warning.message}), m_warnings);
+        item->setData(Qt::UserRole, warning.line);
+    }
+    m_warnings->setVisible(!s.warnings.empty());
+    emit warningsChanged();
+}
+
+void ToolpathPanel::retranslate()
+{
+    const AppLanguage language = m_model.language();
+    m_title->setText(L10n::text("Toolpath", language));
+    for (int i = 0; i < int(std::size(viewChoices)); ++i)
+        m_views->button(i)->setText(L10n::text(viewChoices[i].key, language));
+    m_turning->setText(L10n::text("Turning", language));
+    m_fit->setText(L10n::text("Fit", language));
+    m_fit->setToolTip(L10n::text("Show the whole path (double-click)", language));
+    showSummary();
+}
+
+void ToolpathPanel::applyAppearance()
+{
+    m_view->setStyle(ToolpathStyle::forAppearance(darkPalette()));
+    showSummary();
+}
+
+int ToolpathPanel::lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent)
+{
+    // Lines start at lineStarts[i] (line i + 1); the byte after the last one sent is being received.
+    return int(std::upper_bound(lineStarts.begin(), lineStarts.end(), bytesSent) - lineStarts.begin());
+}
+
+void ToolpathPanel::followTransfer(const TransferState &state)
+{
+    if (!state.isActive()) {
+        m_payloadLineStarts.clear();
+        m_view->setTransferLine(0);
+        return;
+    }
+    if (m_payloadLineStarts.empty()) {
+        // The payload the controller sends: the selected program, with the machine's line ends.
+        const EditorDocument *doc = m_model.selectedDocument();
+        const std::optional<Machine> machine = m_model.selectedMachine();
+        if (!doc || !machine || doc->id() != m_shownDocument)
+            return;
+        const QByteArray payload = GCodeSender::preparePayload(doc->text(), machine->lineTerminator);
+        const QByteArray end = Machine::terminatorBytes(machine->lineTerminator);
+        m_payloadLineStarts.push_back(0);
+        for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
+             at = payload.indexOf(end, at + end.size()))
+            m_payloadLineStarts.push_back(at + end.size());
+    }
+    if (state.totalBytes > 0 && state.bytesSent >= state.totalBytes)
+        m_view->setTransferLine(int(m_payloadLineStarts.size()) + 1);
+    else
+        m_view->setTransferLine(lineAtByte(m_payloadLineStarts, state.bytesSent));
+}

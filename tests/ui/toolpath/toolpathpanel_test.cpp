@@ -1,0 +1,128 @@
+// The Toolpath panel in the window: the path follows the program, the caret
+// and a click follow each other, and a transfer to a pty machine is followed.
+#include "ui/uifixture.h"
+
+#include "machineemulator.h"
+#include "programgenerator.h"
+#include "ptypair.h"
+
+#include "editor/editorcontroller.h"
+#include "editor/gcodeeditor.h"
+#include "panels/inspectorview.h"
+#include "toolpath/toolpathpanel.h"
+#include "toolpath/toolpathview.h"
+
+#include "toolpath/toolpathstore.h"
+#include "transfer/gcodesender.h"
+#include "transport/posixserialtransport.h"
+
+#include <QListWidget>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QByteArray program = "G21 G90 G17\n"          // 1
+                           "T1 M6\n"                 // 2
+                           "G0 X0 Y0 Z5\n"           // 3
+                           "G1 Z-1 F300\n"           // 4
+                           "G1 X40\n"                // 5
+                           "G2 X60 Y20 I0 J20\n"     // 6: three quarters round (40, 20)
+                           "G1 X0 Y20\n"             // 7
+                           "G51 X0 Y0 P2\n"          // 8: not followed, warns
+                           "G0 Z20\n"                // 9
+                           "M30\n";
+
+class ToolpathPanelTest : public UiTest {
+protected:
+    ToolpathPanel &openWithPanel()
+    {
+        window = std::make_unique<MainWindow>(*model);
+        window->resize(1180, 740);
+        window->setToolpathVisible(true);
+        window->show();
+        QCoreApplication::processEvents();
+        ToolpathPanel &panel = *window->toolpathPanel();
+        openFile("part.nc", text);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return panel.view()->store() && !panel.view()->picture().isNull(); }));
+        return panel;
+    }
+    QPointF pixelOf(const ToolpathView &view, std::array<float, 3> p) const { return view.camera().project(p); }
+
+    QByteArray text = program;
+};
+
+TEST_F(ToolpathPanelTest, CaretAndClickFollowEachOtherAndWarningsAreListed)
+{
+    makeModel();
+    ToolpathPanel &panel = openWithPanel();
+    ToolpathView &view = *panel.view();
+    EXPECT_TRUE(panel.statusText().contains("X 0.000 to 60.000 · Y 0.000 to 40.000 · Z -1.000 to 20.000 mm"))
+        << panel.statusText().toStdString();
+    ASSERT_EQ(panel.warningList()->count(), 1);
+    EXPECT_EQ(panel.warningList()->item(0)->data(Qt::UserRole).toInt(), 8);
+
+    // The caret on the arc's line draws it selected: its top (40, 40) turns the selected colour.
+    const std::array<double, 3> o = view.store()->origin();
+    const QPointF left = pixelOf(view, {float(40 - o[0]), float(40 - o[1]), float(-1 - o[2])});
+    window->editorController().goToLine(6);
+    QCoreApplication::processEvents();
+    const QColor selected = ToolpathStyle::forAppearance(view.palette().color(QPalette::Window).lightness() < 128)
+                                .selected;
+    const QImage shown = view.grab().toImage();
+    bool found = false;
+    for (int dy = -2; dy <= 2 && !found; ++dy)
+        for (int dx = -2; dx <= 2 && !found; ++dx)
+            found = shown.pixelColor(left.toPoint() + QPoint(dx, dy)) == selected;
+    EXPECT_TRUE(found) << left.x() << "," << left.y();
+
+    // A click 5 px off the middle of line 7's feed puts the caret on line 7.
+    const QPointF middle = pixelOf(view, {float(30 - o[0]), float(20 - o[1]), float(-1 - o[2])});
+    QTest::mouseClick(&view, Qt::LeftButton, {}, (middle + QPointF(0, 5)).toPoint());
+    int line = 0, index = 0, toLine = 0, toIndex = 0;
+    window->editorPane()->editor()->getSelection(&line, &index, &toLine, &toIndex);
+    EXPECT_EQ(line + 1, 7);
+}
+
+TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
+{
+    PtyPair pty;
+    ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
+    ports = {{pty.slavePath(), "FTDI FT232R A50285BI"}};
+    makeModel([](const QString &device) -> std::unique_ptr<SerialTransport> {
+        return std::make_unique<PosixSerialTransport>(device, 3s, 2s, PosixSerialTransport::defaultOutputPending(),
+                                                      50ms, 20ms, 20ms);
+    });
+    model->setSelectedMachineId("fadal");
+    model->refreshPorts();
+    text = ProgramGenerator::milling(24 * 1024, 7).toUtf8();
+    ToolpathPanel &panel = openWithPanel();
+
+    MachineEmulator::Options options;
+    options.bytesPerSecond = 20000;
+    options.expected = GCodeSender::preparePayload(QString::fromUtf8(text), model->selectedMachine()->lineTerminator);
+    MachineEmulator machine(pty, options);
+    machine.start();
+    // Each step: the byte count, and the line the view marks as being received.
+    QList<std::pair<qint64, int>> steps;
+    QObject::connect(&model->transfer(), &TransferController::stateChanged, &panel, [&](const TransferState &state) {
+        if (state.status == TransferState::Status::sending)
+            steps.append({state.bytesSent, panel.view()->transferLine()});
+    });
+    model->send();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !model->transfer().state().isActive(); }, 20000));
+    EXPECT_EQ(model->transfer().state().status, TransferState::Status::success);
+    EXPECT_EQ(panel.view()->transferLine(), 0); // the marker goes with the transfer
+
+    ASSERT_GE(steps.size(), 3);
+    const QByteArray &payload = options.expected;
+    const QByteArray end = Machine::terminatorBytes(model->selectedMachine()->lineTerminator);
+    const int lines = int(payload.count(end));
+    for (const auto &[bytes, line] : steps) {
+        // Line n is being received while its first byte has arrived and its end has not.
+        const int expected = bytes >= payload.size() ? lines + 1 : int(payload.left(bytes).count(end)) + 1;
+        EXPECT_EQ(line, expected) << bytes;
+    }
+}
+
+} // namespace
