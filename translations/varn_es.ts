@@ -1374,6 +1374,8 @@
     <message>
         <source>varn-edit: no display to open a window on (DISPLAY and WAYLAND_DISPLAY are unset). Run VARN_SELFTEST=1 varn-edit for the self-test, or use the command-line tool varn (varn --help).</source>
         <translation>varn-edit: no hay pantalla donde abrir una ventana (DISPLAY y WAYLAND_DISPLAY no están definidas). Ejecute VARN_SELFTEST=1 varn-edit para la autoprueba, o use la herramienta de línea de órdenes varn (varn --help).</translation>
+    </message>
+    <message>
         <source>Receive error: %@</source>
         <translation>Error de recepción: %@</translation>
     </message>
@@ -1424,6 +1426,8 @@
     <message>
         <source>--idle takes whole seconds from 1 to 3600.</source>
         <translation>--idle admite segundos enteros de 1 a 3600.</translation>
+    </message>
+    <message>
         <source>Toolpath</source>
         <translation>Trayectoria</translation>
     </message>
@@ -1598,6 +1602,8 @@
     <message>
         <source>Receive…</source>
         <translation>Recibir…</translation>
+    </message>
+    <message>
         <source>ASCII (ISO)</source>
         <translation>ASCII (ISO)</translation>
     </message>
@@ -1724,6 +1730,8 @@
     <message>
         <source>Receive</source>
         <translation>Recibir</translation>
+    </message>
+    <message>
         <source>not an address of the form tcp://HOST:PORT or rfc2217://HOST:PORT</source>
         <translation>no es una dirección de la forma tcp://HOST:PUERTO o rfc2217://HOST:PUERTO</translation>
     </message>
@@ -1798,8 +1806,12 @@
     <message>
         <source>Pick a port, or type a network port as tcp://HOST:PORT or rfc2217://HOST:PORT and press Enter.</source>
         <translation>Elija un puerto, o escriba un puerto de red como tcp://HOST:PUERTO o rfc2217://HOST:PUERTO y pulse Intro.</translation>
+    </message>
+    <message>
         <source>Line Numbers</source>
         <translation>Números de línea</translation>
+    </message>
+    <message>
         <source>Compare two programs block by block and print the differences as a unified diff; exit status 0 when they are equal, 1 when they differ.</source>
         <translation>Compara dos programas bloque a bloque e imprime las diferencias como diff unificado; estado de salida 0 si son iguales, 1 si difieren.</translation>
     </message>
@@ -1870,6 +1882,8 @@
     <message>
         <source>Compare</source>
         <translation>Comparar</translation>
+    </message>
+    <message>
         <source>Variable #%@ is not set; it reads as 0.</source>
         <translation>La variable #%@ no tiene valor; se lee como 0.</translation>
     </message>
@@ -1992,6 +2006,8 @@
     <message>
         <source>Follow the path the tool travels: moves, lengths, bounds, tools and warnings.</source>
         <translation>Seguir la trayectoria de la herramienta: movimientos, longitudes, límites, herramientas y avisos.</translation>
+    </message>
+    <message>
         <source>Draw the path the tool travels into a PNG picture, as the Toolpath panel shows it.</source>
         <translation>Dibuja la trayectoria de la herramienta en una imagen PNG, como la muestra el panel Trayectoria.</translation>
     </message>

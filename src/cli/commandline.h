@@ -103,10 +103,11 @@ public:
     static void writeErrRaw(const QString &text);
     // Reports a bad call or bad input and gives the status to exit with.
     int badInput(const QString &message) const;
+    // True for a read that succeeded; otherwise reports why, as readProgram does.
+    bool reportReadResult(int index, const TextFile::ReadResult &result) const;
 
 private:
     bool checkReadable(int index) const;
-    bool reportReadResult(int index, const TextFile::ReadResult &result) const;
 
     Invocation m_invocation;
 };

@@ -2,6 +2,7 @@
 // and for reviewing a program before it goes to the machine.
 #include "commands.h"
 
+#include "base/textencoding.h"
 #include "base/textfile.h"
 #include "nc/programdiff.h"
 
@@ -61,9 +62,18 @@ std::optional<Program> readProgram(const CommandContext &ctx, int index)
             return cannotRead();
         }
     }
-    const qint64 bad = TextFile::firstInvalidUtf8Offset(program.bytes);
-    if (bad >= 0) {
-        ctx.badInput(L10n::format("%@: not valid UTF-8 (byte %@).", ctx.language(), {name, QString::number(bad)}));
+    const std::optional<TextEncoding> encoding = ctx.programEncoding();
+    if (!encoding) {
+        return std::nullopt;
+    }
+    if (*encoding != TextEncoding::utf8) {
+        program.bytes = TextEncodings::decodeToUtf8(program.bytes, *encoding);
+        return program;
+    }
+    TextFile::ReadResult check;
+    check.invalidByteOffset = TextFile::firstInvalidUtf8Offset(program.bytes);
+    check.error = check.invalidByteOffset >= 0 ? TextFile::ReadError::invalidUtf8 : TextFile::ReadError::none;
+    if (!ctx.reportReadResult(index, check)) {
         return std::nullopt;
     }
     return program;
@@ -120,6 +130,6 @@ QList<CommandSpec> diffCommands()
          QStringLiteral("varn diff A B [--numeric] [--tolerance T] [--ignore-n] [--ignore-comments]"),
          VARN_TR_KEY("Compare two programs block by block and print the differences as a unified diff; exit "
                      "status 0 when they are equal, 1 when they differ."),
-         {kNumeric, kTolerance, kIgnoreN, kIgnoreComments}, 2, 2, &diff},
+         {kNumeric, kTolerance, kIgnoreN, kIgnoreComments, encodingOption()}, 2, 2, &diff},
     };
 }

@@ -100,6 +100,6 @@ QList<CommandSpec> plotCommands()
         {QStringLiteral("plot"),
          QStringLiteral("varn plot [--view top|front|side|iso] [--size WxH] [--lathe] [--dark] -o OUT.png [FILE]"),
          VARN_TR_KEY("Draw the path the tool travels into a PNG picture, as the Toolpath panel shows it."),
-         {kOutput, kView, kSize, kLathe, kDark}, 0, 1, &plot},
+         {kOutput, kView, kSize, kLathe, kDark, encodingOption()}, 0, 1, &plot},
     };
 }

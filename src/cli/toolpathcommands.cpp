@@ -171,6 +171,6 @@ QList<CommandSpec> toolpathCommands()
     return {
         {QStringLiteral("toolpath"), QStringLiteral("varn toolpath [--json] [--lathe] [--lang en|es] [FILE]"),
          VARN_TR_KEY("Follow the path the tool travels: moves, lengths, bounds, tools and warnings."),
-         {kJson, kLathe}, 0, 1, &toolpath},
+         {kJson, kLathe, encodingOption()}, 0, 1, &toolpath},
     };
 }

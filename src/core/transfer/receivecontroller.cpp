@@ -37,7 +37,9 @@ QString ReceiveState::summary(AppLanguage language) const
 ReceiveController::ReceiveController(TransferController::TransportFactory factory, QObject *parent)
     : QObject(parent),
       m_factory(factory ? std::move(factory)
-                        : TransferController::TransportFactory(&TransferController::makeSerialTransport))
+                        : TransferController::TransportFactory([this](const QString &path) {
+                              return TransferController::makeSerialTransport(path, m_language);
+                          }))
 {
 }
 
@@ -56,6 +58,8 @@ void ReceiveController::receive(const Request &request)
     }
     const quint64 generation = ++m_generation;
     m_folder = request.autoReceiveFolder;
+    m_devicePath = request.devicePath;
+    m_startedAt = QDateTime::currentDateTime();
     ReceiveState next;
     next.status = ReceiveState::Status::connecting;
     next.machineName = request.machine.name;
@@ -70,7 +74,9 @@ void ReceiveController::receive(const Request &request)
         return;
     }
     GCodeReceiver::Options options = m_options;
-    options.idleTimeout = request.idleTimeout;
+    options.idleTimeout = request.idleTimeout > std::chrono::milliseconds::zero()
+        ? request.idleTimeout
+        : std::chrono::milliseconds(std::chrono::seconds(request.machine.receiveIdleSeconds));
     options.keepListening = !m_folder.isEmpty();
     // The thread only posts to this object, whose destructor joins it first.
     auto sink = [this, generation](const GCodeReceiver::Event &event) {
@@ -142,6 +148,7 @@ void ReceiveController::apply(quint64 generation, const GCodeReceiver::Event &ev
             next.message = ReceiveState::label(Status::received, m_language);
         }
         setState(next);
+        log(next, savedPath.isEmpty() ? event.program->documentName(m_language) : savedPath);
         emit programReceived(event.program, savedPath);
         return;
     }
@@ -165,6 +172,28 @@ void ReceiveController::setState(const ReceiveState &state)
     if (state == m_state) {
         return;
     }
+    const bool ended = m_state.isActive() && (state.status == ReceiveState::Status::error
+                                              || state.status == ReceiveState::Status::cancelled);
     m_state = state;
+    if (ended) {
+        log(m_state, {});
+    }
     emit stateChanged(m_state);
+}
+
+void ReceiveController::log(const ReceiveState &state, const QString &file)
+{
+    TransferLogEntry entry;
+    entry.time = m_startedAt;
+    entry.direction = TransferLogEntry::Direction::receive;
+    entry.machine = state.machineName;
+    entry.port = m_devicePath;
+    entry.file = file;
+    entry.bytes = state.bytes;
+    entry.result = state.status == ReceiveState::Status::error       ? QStringLiteral("error")
+        : state.status == ReceiveState::Status::cancelled            ? QStringLiteral("cancelled")
+                                                                     : QStringLiteral("success");
+    entry.message = state.status == ReceiveState::Status::error ? state.message : QString();
+    entry.durationMs = m_startedAt.msecsTo(QDateTime::currentDateTime());
+    m_log.append(entry);
 }

@@ -4,8 +4,10 @@
 #include "transfer/gcodereceiver.h"
 #include "transfer/receivedprogram.h"
 #include "transfer/transfercontroller.h"
+#include "transfer/transferlog.h"
 #include "base/l10n.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 
@@ -57,7 +59,8 @@ public:
         Machine machine;
         QString devicePath;
         // The profile's idle time-out (rule 3); 5 s by default.
-        std::chrono::milliseconds idleTimeout{std::chrono::seconds(5)};
+        // Zero: the machine profile's idle time.
+        std::chrono::milliseconds idleTimeout{0};
         // Non-empty: auto-receive into this folder.
         QString autoReceiveFolder;
     };
@@ -69,6 +72,9 @@ public:
     void setLanguage(AppLanguage language) { m_language = language; }
     // Shorter clocks for tests; the defaults are the product's.
     void setOptions(const GCodeReceiver::Options &options) { m_options = options; }
+    // Every program received, and every receive that fails or is cancelled,
+    // leaves a line in the transfer log.
+    void setTransferLog(const TransferLog &log) { m_log = log; }
 
     // Opens the port and waits for the machine; ignored while a receive runs.
     void receive(const Request &request);
@@ -83,6 +89,7 @@ signals:
 private:
     void apply(quint64 generation, const GCodeReceiver::Event &event);
     void setState(const ReceiveState &state);
+    void log(const ReceiveState &state, const QString &file);
 
     TransferController::TransportFactory m_factory;
     GCodeReceiver::Options m_options;
@@ -91,4 +98,7 @@ private:
     AppLanguage m_language = AppLanguage::english;
     quint64 m_generation = 0;
     std::map<quint64, std::jthread> m_threads;
+    TransferLog m_log;
+    QString m_devicePath;
+    QDateTime m_startedAt;
 };

@@ -128,6 +128,11 @@ std::optional<TransportError> NetworkSerialTransport::open(const SerialLineSetti
     m_xonXoff = settings.flowControl == 1;
     m_xoff = false;
     m_suspended = false;
+    m_sentBytes = 0;
+    // Start, data, parity and stop bits of one character.
+    m_charactersPerSecond = std::max(1, settings.baudRate) /
+                            double(1 + settings.dataBits + (settings.parity == 1 || settings.parity == 2 ? 1 : 0) +
+                                   (settings.stopBits == 2 ? 2 : 1));
     m_incoming.clear();
     m_control.clear();
     m_codec.reset();
@@ -466,6 +471,10 @@ std::optional<TransportError> NetworkSerialTransport::write(const QByteArray &by
         return TransportError::notConnected();
     }
     const QByteArray wire = m_telnet ? TelnetCodec::escape(bytes) : bytes;
+    if (m_sentBytes == 0) {
+        m_firstSend = Clock::now();
+    }
+    m_sentBytes += bytes.size();
     qsizetype offset = 0;
     // Only an unbroken stall counts: every accepted byte starts the clock again.
     Clock::time_point lastProgress = Clock::now();
@@ -557,9 +566,16 @@ std::optional<TransportError> NetworkSerialTransport::drain(bool dripFeed)
         short revents = 0;
         pollOnce(m_fd, POLLIN, std::min(m_limits.pollInterval, milliseconds(20)), &revents);
     }
-    // The server has everything but still writes its last characters to its
-    // port; closing at once could cut them off.
-    const Clock::time_point settled = Clock::now() + m_limits.settle;
+    // The server has everything, but its buffer may still hold much of it: a
+    // server drops what it holds when the connection closes. The line cannot
+    // carry the program faster than its speed, so wait at least that long
+    // since the first byte, then a little for the last characters.
+    const auto lineTime = std::chrono::duration_cast<milliseconds>(
+        std::chrono::duration<double>(double(m_sentBytes) / m_charactersPerSecond));
+    Clock::time_point settled = std::max(Clock::now(), m_firstSend + lineTime) + m_limits.settle;
+    if (!dripFeed) {
+        settled = std::min(settled, deadline);
+    }
     while (Clock::now() < settled) {
         if (interrupted()) {
             return TransportError::cancelled();

@@ -80,6 +80,10 @@ private:
     bool m_xonXoff = false;
     bool m_dripFeed = false;
     bool m_xoff = false;
+    // The line's pace: nothing leaves the server's port faster than this many characters per second.
+    double m_charactersPerSecond = 960;
+    qint64 m_sentBytes = 0;
+    std::chrono::steady_clock::time_point m_firstSend;
     bool m_suspended = false;
     QByteArray m_incoming; // machine data not yet taken by read()
     QByteArray m_control;  // Telnet replies waiting to go out ahead of data

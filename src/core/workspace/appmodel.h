@@ -166,9 +166,10 @@ public:
     // Starts receiving from the selected machine and port. In open mode a
     // program becomes a new document (or, with `autoReceiveFolder`, each one a
     // file there, and the listening goes on); in compare mode it is compared
-    // with the selected document. An alert says what is missing to start.
+    // with the selected document. An alert says what is missing to start. A
+    // zero idle time-out takes the machine profile's.
     void startReceive(ReceiveMode mode, const QString &autoReceiveFolder = {},
-                      std::chrono::milliseconds idleTimeout = std::chrono::seconds(5));
+                      std::chrono::milliseconds idleTimeout = std::chrono::milliseconds::zero());
     ReceiveController &receiver();
     ReceiveMode receiveMode() const { return m_receiveMode; }
     // The last comparison: the differing blocks, and whether one was made.

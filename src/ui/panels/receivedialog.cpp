@@ -86,6 +86,13 @@ ReceiveDialog::ReceiveDialog(AppModel &model, AppModel::ReceiveMode mode, QWidge
 void ReceiveDialog::setMode(AppModel::ReceiveMode mode)
 {
     m_mode = mode;
+    // A profile that names an auto-receive folder starts with auto-receive on.
+    if (const std::optional<Machine> machine = m_model.selectedMachine();
+        machine && !machine->autoReceiveFolder.isEmpty() && !m_model.receiver().state().isActive()) {
+        m_folder = machine->autoReceiveFolder;
+        m_folderLabel->setText(m_folder);
+        m_auto->setChecked(true);
+    }
     const bool compare = mode == AppModel::ReceiveMode::compare;
     m_auto->setVisible(!compare);
     m_chooseFolder->setVisible(!compare);

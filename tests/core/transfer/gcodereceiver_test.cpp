@@ -192,6 +192,9 @@ TEST(ReceiveController, AutoReceiveSavesEveryProgramWithoutOverwriting)
     ASSERT_TRUE(pty.isOpen());
     ReceiveController controller;
     controller.setOptions(quick());
+    QTemporaryDir logFolder;
+    const TransferLog log(logFolder.filePath("transfers.log"));
+    controller.setTransferLog(log);
     QList<std::shared_ptr<const ReceivedProgram>> programs;
     QObject::connect(&controller, &ReceiveController::programReceived,
                      [&](std::shared_ptr<const ReceivedProgram> p, const QString &) { programs.append(p); });
@@ -217,6 +220,13 @@ TEST(ReceiveController, AutoReceiveSavesEveryProgramWithoutOverwriting)
     QFile raw(folder.filePath("O12-2.raw"));
     ASSERT_TRUE(raw.open(QIODevice::ReadOnly));
     EXPECT_EQ(raw.readAll(), "%\nO12\nG1X1\nM30\n%");
+
+    const QList<TransferLogEntry> logged = log.entries();
+    ASSERT_EQ(logged.size(), 3) << "each program, then the cancel";
+    EXPECT_EQ(logged[0].direction, TransferLogEntry::Direction::receive);
+    EXPECT_EQ(logged[0].file, folder.filePath("O12-2.nc"));
+    EXPECT_EQ(logged[1].result, QStringLiteral("success"));
+    EXPECT_EQ(logged[2].result, QStringLiteral("cancelled"));
 }
 
 TEST(ProgramComparison, ListsOnlyBlocksThatReallyDiffer)

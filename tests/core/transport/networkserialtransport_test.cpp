@@ -239,6 +239,25 @@ TEST(NetworkSerialTransport, XoffHoldsTheLineUntilXon)
     }
 }
 
+// The server drops what it still holds when the connection closes: the drain
+// lasts as long as the line needs to carry the program.
+TEST(NetworkSerialTransport, DrainWaitsForTheLineToCarryTheProgram)
+{
+    PtyPair pty;
+    START_SER2NET(server, pty, Protocol::rawTcp);
+    const QByteArray payload = randomBytes(60 * 1024);
+    MachineEmulator machine(pty, {.expected = payload, .bytesPerSecond = 24000});
+    machine.start();
+    NetworkSerialTransport transport(server.address, AppLanguage::english, shortLimits());
+    ASSERT_EQ(english(transport.open(SerialLineSettings{.baudRate = 230400})), "(success)");
+    EXPECT_EQ(english(transport.write(payload)), "(success)");
+    EXPECT_EQ(english(transport.drain(false)), "(success)");
+    transport.close();
+    EXPECT_TRUE(machine.waitForBytes(payload.size(), 3s));
+    machine.stop();
+    EXPECT_TRUE(machine.receivedExactly()) << "first wrong byte at " << machine.firstMismatch();
+}
+
 TEST(NetworkSerialTransport, ServerGoneMidTransferIsASendErrorNotAHang)
 {
     for (const Protocol protocol : bothProtocols) {
