@@ -24,11 +24,17 @@ fi
 # of its own; the others would add build time and no thread to watch.
 if [ "${VARN_SKIP_SANITIZERS:-}" = "" ] && [ "${VARN_SKIP_TSAN:-}" = "" ]; then
   tsan_tests=(serial_tests transfer_tests core_workspace_tests)
+  # The network transport tests start ser2net through QProcess; with Debian's Qt
+  # (not built with TSan) in the picture, ThreadSanitizer stops seeing the test's
+  # own mutexes and reports every guarded flag as a race. They run in the two
+  # builds above.
+  tsan_filter='-NetworkSerialTransport.*'
+
   cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVARN_SANITIZE=thread \
     -DVARN_BUILD_BENCH=OFF -DVARN_BUILD_UI=OFF >/dev/null
   cmake --build build-tsan -j "$jobs" --target "${tsan_tests[@]}"
   for test in "${tsan_tests[@]}"; do
     TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/hardening/tsan.supp" \
-      "./build-tsan/tests/$test" --gtest_brief=1
+      "./build-tsan/tests/$test" --gtest_brief=1 --gtest_filter="$tsan_filter"
   done
 fi
