@@ -607,17 +607,26 @@ bool AppModel::choosePort(const QString &text)
     return true;
 }
 
-void AppModel::send()
+std::optional<Machine> AppModel::machineForLine()
 {
     const std::optional<Machine> machine = selectedMachine();
     if (!machine) {
         setAlert(L10n::text("No Machine", m_language),
                  L10n::text("Add or select a machine in the panel below.", m_language));
-        return;
+        return std::nullopt;
     }
     if (!m_selectedPortPath) {
         setAlert(L10n::text("No Serial Port", m_language),
                  L10n::text("Connect a USB-to-serial adapter and click Refresh Ports.", m_language));
+        return std::nullopt;
+    }
+    return machine;
+}
+
+void AppModel::send()
+{
+    const std::optional<Machine> machine = machineForLine();
+    if (!machine) {
         return;
     }
     EditorDocument *doc = selectedDocument();

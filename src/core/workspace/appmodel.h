@@ -266,6 +266,9 @@ signals:
     void comparisonChanged();
 
 private:
+    // The selected machine when a machine and a port are chosen; otherwise an
+    // alert says which is missing and the result is empty.
+    std::optional<Machine> machineForLine();
     // What a background read hands back to the main thread.
     // A file read in the background: as text when it may go to the file text
     // cache, otherwise as UTF-8 blocks the document keeps as they are.

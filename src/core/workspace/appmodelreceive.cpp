@@ -25,15 +25,8 @@ void AppModel::startReceive(ReceiveMode mode, const QString &autoReceiveFolder,
     if (receiver().state().isActive()) {
         return;
     }
-    const std::optional<Machine> machine = selectedMachine();
+    const std::optional<Machine> machine = machineForLine();
     if (!machine) {
-        setAlert(L10n::text("No Machine", m_language),
-                 L10n::text("Add or select a machine in the panel below.", m_language));
-        return;
-    }
-    if (!m_selectedPortPath) {
-        setAlert(L10n::text("No Serial Port", m_language),
-                 L10n::text("Connect a USB-to-serial adapter and click Refresh Ports.", m_language));
         return;
     }
     EditorDocument *compared = selectedDocument();
