@@ -2015,5 +2015,45 @@
         <source>Toolpath: %@</source>
         <translation>Trayectoria: %@</translation>
     </message>
+    <message>
+        <source>Line %@ is not in the program, which has %@ lines.</source>
+        <translation>La línea %@ no está en el programa, que tiene %@ líneas.</translation>
+    </message>
+    <message>
+        <source>The program does not reach line %@: it stops at line %@.</source>
+        <translation>El programa no llega a la línea %@: se detiene en la línea %@.</translation>
+    </message>
+    <message>
+        <source>A cycle is in force at this line and the preamble cancels it: restart from the block that starts the cycle.</source>
+        <translation>En esta línea hay un ciclo activo y el preámbulo lo cancela: reanude desde el bloque que inicia el ciclo.</translation>
+    </message>
+    <message>
+        <source>Cutter compensation (G41/G42) is on at this line and the preamble cancels it.</source>
+        <translation>La compensación de radio (G41/G42) está activa en esta línea y el preámbulo la cancela.</translation>
+    </message>
+    <message>
+        <source>No block before this line sets every axis: the preamble moves only the axes it knows.</source>
+        <translation>Ningún bloque anterior a esta línea fija todos los ejes: el preámbulo mueve solo los ejes que conoce.</translation>
+    </message>
+    <message>
+        <source>Use --from-line or --from-block, not both.</source>
+        <translation>Use --from-line o --from-block, no ambos.</translation>
+    </message>
+    <message>
+        <source>--from-line needs a line number, not &quot;%@&quot;.</source>
+        <translation>--from-line necesita un número de línea, no «%@».</translation>
+    </message>
+    <message>
+        <source>--from-block needs a block number such as N1234, not &quot;%@&quot;.</source>
+        <translation>--from-block necesita un número de bloque como N1234, no «%@».</translation>
+    </message>
+    <message>
+        <source>No block %@ in the program.</source>
+        <translation>No hay ningún bloque %@ en el programa.</translation>
+    </message>
+    <message>
+        <source>Restart preamble for line %@:</source>
+        <translation>Preámbulo de reanudación para la línea %@:</translation>
+    </message>
 </context>
 </TS>

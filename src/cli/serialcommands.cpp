@@ -3,6 +3,8 @@
 
 #include "jsonwriter.h"
 #include "machines/machinestore.h"
+#include "toolpath/toolpathrestart.h"
+#include "toolpath/toolpathturning.h"
 #include "transfer/transfercontroller.h"
 #include "transfer/wireformat.h"
 #include "transport/serialdiagnostics.h"
@@ -21,6 +23,73 @@
 namespace {
 
 const OptionSpec kJson{QStringLiteral("--json"), {}, false};
+const OptionSpec kFromLine{QStringLiteral("--from-line"), {}, true};
+const OptionSpec kFromBlock{QStringLiteral("--from-block"), {}, true};
+const OptionSpec kLathe{QStringLiteral("--lathe"), {}, false};
+
+// The text to send when --from-line or --from-block asks for a restart: the
+// preamble goes to `preambleOut` (standard output for send, standard error for
+// payload, whose standard output is the wire bytes alone) and what it cannot
+// restore to standard error. None, already reported, when no restart can be made.
+} // namespace
+
+std::optional<QString> restartText(const CommandContext &ctx, const QString &program, bool preambleToOut)
+{
+    const Invocation &call = ctx.invocation();
+    const bool fromLine = call.has(kFromLine.name);
+    const bool fromBlock = call.has(kFromBlock.name);
+    if (!fromLine && !fromBlock)
+        return program;
+    if (fromLine && fromBlock) {
+        ctx.badInput(ctx.tr("Use --from-line or --from-block, not both."));
+        return std::nullopt;
+    }
+    qint64 value = 0;
+    if (fromLine) {
+        if (!parseInteger(call.value(kFromLine.name), &value) || value < 1 || value > INT_MAX) {
+            ctx.badInput(L10n::format("--from-line needs a line number, not \"%@\".", ctx.language(),
+                                      {call.value(kFromLine.name)}));
+            return std::nullopt;
+        }
+    } else {
+        QString block = call.value(kFromBlock.name);
+        if (block.startsWith(QLatin1Char('N'), Qt::CaseInsensitive))
+            block.remove(0, 1);
+        if (!parseInteger(block, &value) || value < 0) {
+            ctx.badInput(L10n::format("--from-block needs a block number such as N1234, not \"%@\".",
+                                      ctx.language(), {call.value(kFromBlock.name)}));
+            return std::nullopt;
+        }
+        value = ToolpathRestarts::lineOfBlock(program, value);
+        if (value == 0) {
+            ctx.badInput(L10n::format("No block %@ in the program.", ctx.language(), {call.value(kFromBlock.name)}));
+            return std::nullopt;
+        }
+    }
+    const bool lathe = call.has(kLathe.name) || ToolpathTurning::looksLikeTurning(program);
+    const ToolpathRestart restart = ToolpathRestarts::plan(program, int(value), lathe, ctx.language());
+    if (!restart.ok()) {
+        ctx.badInput(restart.problem);
+        return std::nullopt;
+    }
+    const QString heading = L10n::format("Restart preamble for line %@:", ctx.language(), {QString::number(value)});
+    if (preambleToOut) {
+        CommandContext::writeOut((heading + QLatin1Char('\n') + restart.preamble).toUtf8());
+    } else {
+        CommandContext::writeErr(heading);
+        CommandContext::writeErrRaw(restart.preamble);
+    }
+    for (const QString &note : restart.notes)
+        CommandContext::writeErr(QStringLiteral("! ") + note);
+    return restart.text(program, restart.preamble);
+}
+
+QList<OptionSpec> restartOptions()
+{
+    return {kFromLine, kFromBlock, kLathe};
+}
+
+namespace {
 
 int ports(CommandContext &ctx)
 {
@@ -216,7 +285,11 @@ int send(CommandContext &ctx)
     if (!machine) {
         return ctx.badInput(problem);
     }
-    const std::optional<QString> text = ctx.readProgram(0);
+    const std::optional<QString> program = ctx.readProgram(0);
+    if (!program) {
+        return ExitStatus::badInput;
+    }
+    const std::optional<QString> text = restartText(ctx, *program, true);
     if (!text) {
         return ExitStatus::badInput;
     }
@@ -287,7 +360,11 @@ int machinePayload(CommandContext &ctx)
     if (!machine) {
         return ctx.badInput(problem);
     }
-    const std::optional<QString> text = ctx.readProgram(0);
+    const std::optional<QString> program = ctx.readProgram(0);
+    if (!program) {
+        return ExitStatus::badInput;
+    }
+    const std::optional<QString> text = restartText(ctx, *program, false);
     if (!text) {
         return ExitStatus::badInput;
     }
@@ -309,9 +386,12 @@ QList<CommandSpec> serialCommands()
          VARN_TR_KEY("List the serial ports a program can be sent to, USB adapters first."), {kJson}, 0, 0, &ports},
         {QStringLiteral("machines"), QStringLiteral("varn machines [--json]"),
          VARN_TR_KEY("List the stored machine profiles with their line settings."), {kJson}, 0, 0, &machines},
-        {QStringLiteral("send"), QStringLiteral("varn send --machine ID|NAME --port PATH [FILE] [--lang en|es]"),
+        {QStringLiteral("send"),
+         QStringLiteral("varn send --machine ID|NAME --port PATH [--from-line N | --from-block N1234] [--lathe] "
+                        "[FILE] [--lang en|es]"),
          VARN_TR_KEY("Send the program to a machine; Ctrl-C cancels."),
-         {{QStringLiteral("--machine"), {}, true}, {QStringLiteral("--port"), {}, true}, encodingOption()}, 0, 1,
-         &send},
+         QList<OptionSpec>{{QStringLiteral("--machine"), {}, true}, {QStringLiteral("--port"), {}, true}, encodingOption()} +
+             restartOptions(),
+         0, 1, &send},
     };
 }

@@ -239,7 +239,11 @@ int payload(CommandContext &ctx)
     if (!terminator) {
         return ctx.badInput(ctx.tr("payload needs --terminator CR, CRLF or LF."));
     }
-    const std::optional<QString> text = ctx.readProgram(0);
+    const std::optional<QString> program = ctx.readProgram(0);
+    if (!program) {
+        return ExitStatus::badInput;
+    }
+    const std::optional<QString> text = restartText(ctx, *program, false);
     if (!text) {
         return ExitStatus::badInput;
     }
@@ -286,8 +290,12 @@ QList<CommandSpec> textCommands()
          {kJson, {QStringLiteral("--axes"), {}, true}, kEncoding}, 0, 1, &ranges},
         {QStringLiteral("analyze"), QStringLiteral("varn analyze [--json] [--lang en|es] [FILE]"),
          VARN_TR_KEY("Analyse the program: summary, tools, comments and warnings."), {kJson, kEncoding}, 0, 1, &analyze},
-        {QStringLiteral("payload"), QStringLiteral("varn payload --terminator CR|CRLF|LF | --machine ID|NAME [FILE]"),
+        {QStringLiteral("payload"),
+         QStringLiteral("varn payload --terminator CR|CRLF|LF | --machine ID|NAME [--from-line N | --from-block N1234] "
+                        "[FILE]"),
          VARN_TR_KEY("Write the exact bytes the sender would put on the wire."),
-         {{QStringLiteral("--terminator"), {}, true}, {QStringLiteral("--machine"), {}, true}, kEncoding}, 0, 1, &payload},
+         QList<OptionSpec>{{QStringLiteral("--terminator"), {}, true}, {QStringLiteral("--machine"), {}, true}, kEncoding} +
+             restartOptions(),
+         0, 1, &payload},
     };
 }

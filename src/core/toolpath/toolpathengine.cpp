@@ -92,6 +92,11 @@ bool ToolpathEngine::mainLine(QStringView line)
 {
     if (m_ended)
         return false;
+    if (m_options.stopBeforeLine > 0 && m_mainLine + 1 >= m_options.stopBeforeLine) {
+        m_reachedStop = true;
+        m_ended = true;
+        return false;
+    }
     if (m_mainLine % kCancelCheckLines == 0 && m_isCancelled && m_isCancelled()) {
         m_summary.cancelled = true;
         m_ended = true;
@@ -168,6 +173,9 @@ ToolpathEngine::Flow ToolpathEngine::runLine(QStringView text, int lineNumber, i
     const std::optional<double> blockNumber = m_lastBlockNumber;
     const Flow flow = execute(b, lineNumber, depth);
     m_lastBlockNumber = blockNumber;
+    const int clearAxis = m_options.lathe ? 0 : 2;
+    if (m_known[clearAxis] && (!m_clearance || m_pos[clearAxis] > *m_clearance))
+        m_clearance = m_pos[clearAxis];
     if (closesContour && flow != Flow::ended) {
         m_contour.following = false;
         rapid(contourStart, lineNumber);
@@ -427,6 +435,88 @@ void ToolpathEngine::arc(bool ccw, const Point &end, const ToolpathBlock &b, int
 
 // One hole of a canned drilling cycle (or K of them); false when the block
 // drilled nothing because R or Z is missing.
+// The modes of a G code that leave the path alone: offsets, compensation,
+// feed and spindle modes.
+void ToolpathEngine::keepModes(const ToolpathBlock &b, int g)
+{
+    switch (g) {
+    case 540: case 550: case 560: case 570: case 580: case 590: case 591: case 592: case 593:
+        m_workOffset = g;
+        break;
+    case 541:
+        m_workOffset = g;
+        m_workOffsetP = b.has('P') ? int(std::llround(b['P'])) : 1;
+        break;
+    case 400: case 410: case 420:
+        m_compensation = g;
+        break;
+    case 960: m_constantSurfaceSpeed = true; break;
+    case 970: m_constantSurfaceSpeed = false; break;
+    default:
+        break;
+    }
+    if (!m_options.lathe) {
+        switch (g) {
+        case 430: case 440:
+            m_lengthOffset = g;
+            m_lengthRegister = b.has('H') ? int(std::llround(b['H'])) : (m_lengthRegister ? m_lengthRegister : m_tool);
+            break;
+        case 490: m_lengthOffset = g; break;
+        case 930: case 940: case 950: m_feedMode = g; break;
+        default: break;
+        }
+    } else if (g == 980 || g == 990) {
+        m_feedMode = g;
+    }
+}
+
+ToolpathModalState ToolpathEngine::modalState() const
+{
+    ToolpathModalState s;
+    const double unit = m_inches ? 25.4 : 1.0;
+    const double xScale = m_options.lathe ? 2.0 : 1.0;
+    s.lathe = m_options.lathe;
+    s.inches = m_inches;
+    s.unitsSet = m_unitsSet;
+    s.absolute = m_absolute;
+    s.absoluteCentres = m_absoluteCentres;
+    s.plane = m_plane;
+    switch (m_motion) {
+    case Motion::rapid: s.motion = 0; break;
+    case Motion::feed: s.motion = 1; break;
+    case Motion::cw: s.motion = 2; break;
+    case Motion::ccw: s.motion = 3; break;
+    case Motion::turningCycle: s.motion = 0; s.turningCycle = true; break;
+    }
+    s.feedMode = m_feedMode;
+    // Per revolution the feed is a small figure the units scale the same way.
+    s.feed = m_feed / unit;
+    s.workOffset = m_workOffset;
+    s.workOffsetP = m_workOffsetP;
+    s.tool = m_tool;
+    s.nextTool = m_nextTool;
+    s.toolWord = m_toolWord;
+    s.toolWordDigits = m_toolWordDigits;
+    s.lengthOffset = m_lengthOffset;
+    s.lengthRegister = m_lengthRegister;
+    s.compensation = m_compensation;
+    s.cycle = m_cycle;
+    s.spindleSpeed = m_spindleSpeed;
+    s.maxSpindleSpeed = m_maxSpindleSpeed;
+    s.spindle = m_spindle;
+    s.constantSurfaceSpeed = m_constantSurfaceSpeed;
+    s.mist = m_mist;
+    s.flood = m_flood;
+    for (int axis = 0; axis < 3; ++axis)
+        s.position[axis] = m_pos[axis] * (axis == 0 ? xScale : 1.0) / unit;
+    s.known = m_known;
+    if (m_clearance)
+        s.clearance = *m_clearance * (m_options.lathe ? xScale : 1.0) / unit;
+    s.reached = m_reachedStop;
+    s.stoppedAt = m_lastLine;
+    return s;
+}
+
 bool ToolpathEngine::drill(const ToolpathBlock &b, int line)
 {
     const double scale = m_inches ? 25.4 : 1.0;
@@ -473,11 +563,21 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
         m_inches = true;
     if (b.hasG(210))
         m_inches = false;
+    m_unitsSet = m_unitsSet || b.hasG(200) || b.hasG(210);
     const double scale = m_inches ? 25.4 : 1.0;
     if (b.has('F'))
         m_feed = b['F'] * scale;
+    if (b.has('S')) {
+        // G50 S in turning caps the speed of constant surface speed.
+        if (lathe && b.hasG(500))
+            m_maxSpindleSpeed = b['S'];
+        else
+            m_spindleSpeed = b['S'];
+    }
     if (b.has('T')) {
         const auto t = (long long)std::llround(b['T']);
+        m_toolWord = t;
+        m_toolWordDigits = b.tDigits;
         if (lathe)
             setTool(int(b.tDigits == 3 || b.tDigits == 4 ? t / 100 : t), line);
         else
@@ -494,6 +594,7 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
     std::optional<int> contourCycle;
     for (int i = 0; i < b.gCount; ++i) {
         const int g = b.g[i];
+        keepModes(b, g);
         switch (g) {
         case 0: m_motion = Motion::rapid; m_cycle = 0; break;
         case 10: m_motion = Motion::feed; m_cycle = 0; break;
@@ -572,12 +673,18 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
         const char letter = char('X' + axis);
         if (!b.has(letter))
             continue;
+        if (moves && !contourCycle)
+            m_known[axis] = true;
         double v = b[letter] * scale;
         if (lathe && axis == 0)
             v /= 2; // a diameter
         target[axis] = incremental ? m_pos[axis] + v : v;
     }
     if (lathe) {
+        if (moves && !contourCycle) {
+            m_known[0] = m_known[0] || b.has('U');
+            m_known[2] = m_known[2] || b.has('W');
+        }
         if (b.has('U'))
             target[0] += b['U'] * scale / 2;
         if (b.has('W'))
@@ -646,6 +753,12 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
 
     for (int i = 0; i < b.mCount; ++i) {
         switch (b.m[i]) {
+        case 3: case 4: case 5: m_spindle = b.m[i]; break;
+        case 7: m_mist = true; break;
+        case 8: m_flood = true; break;
+        case 9: m_mist = m_flood = false; break;
+        case 13: m_spindle = 3; m_flood = true; break;
+        case 14: m_spindle = 4; m_flood = true; break;
         case 98:
             if (call(b, line, depth) == Flow::ended)
                 return Flow::ended;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "toolpathblock.h"
+#include "toolpathmodalstate.h"
 #include "toolpathsource.h"
 #include "toolpathsummary.h"
 #include "base/l10n.h"
@@ -30,6 +31,8 @@ public:
     bool mainLine(QStringView line);
     bool ended() const { return m_ended; }
     ToolpathSummary finish();
+    // The modes in force after the lines read so far (before `stopBeforeLine`).
+    ToolpathModalState modalState() const;
 
 private:
     enum class Flow { next, returned, ended };
@@ -54,6 +57,7 @@ private:
     void warn(int line, const QString &message);
     void warnOnce(int code, int line);
     void end(int line);
+    void keepModes(const ToolpathBlock &b, int g);
 
     ToolpathOptions m_options;
     AppLanguage m_language;
@@ -77,6 +81,26 @@ private:
     int m_nextTool = 0;
     int m_toolEntry = -1; // index in m_summary.tools of the current tool
     QHash<int, int> m_toolEntries;
+
+    // Modes that do not change the path but a restart must set again.
+    bool m_unitsSet = false;
+    int m_feedMode = 0;
+    int m_workOffset = 0;
+    int m_workOffsetP = 0;
+    int m_lengthOffset = 0;
+    int m_lengthRegister = 0;
+    int m_compensation = 400;
+    std::optional<double> m_spindleSpeed;
+    std::optional<double> m_maxSpindleSpeed;
+    int m_spindle = 0;
+    bool m_constantSurfaceSpeed = false;
+    bool m_mist = false;
+    bool m_flood = false;
+    long long m_toolWord = 0;
+    int m_toolWordDigits = 0;
+    std::array<bool, 3> m_known{};
+    std::optional<double> m_clearance; // millimetres; X as a radius in turning
+    bool m_reachedStop = false;
 
     // Canned drilling cycle.
     int m_cycle = 0; // G code, 0 when none

@@ -78,3 +78,8 @@ ToolpathSummary ToolpathInterpreter::Session::finish()
     m_partialLine.clear();
     return m_engine->finish();
 }
+
+ToolpathModalState ToolpathInterpreter::Session::modalState() const
+{
+    return m_engine->modalState();
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "toolpathmodalstate.h"
 #include "toolpathsummary.h"
 #include "base/l10n.h"
 
@@ -50,6 +51,9 @@ public:
         bool feed(QStringView text);
         // Reads the last line and hands over the summary; the session is spent afterwards.
         ToolpathSummary finish();
+        // The modes in force after the lines read so far; with
+        // `stopBeforeLine`, those the program has set when it reaches that line.
+        ToolpathModalState modalState() const;
 
     private:
         std::unique_ptr<ToolpathEngine> m_engine;

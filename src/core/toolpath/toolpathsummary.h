@@ -8,6 +8,9 @@
 
 struct ToolpathOptions {
     bool lathe = false; // X words are diameters, G18 by default, turning cycles
+    // Stop before this main-program line (1-based) and keep the modes in
+    // force there; 0 reads the whole program.
+    int stopBeforeLine = 0;
 };
 
 struct ToolpathWarning {
