@@ -2055,5 +2055,49 @@
         <source>Restart preamble for line %@:</source>
         <translation>Preámbulo de reanudación para la línea %@:</translation>
     </message>
+    <message>
+        <source>Send from Line</source>
+        <translation>Enviar desde una línea</translation>
+    </message>
+    <message>
+        <source>Send from Line…</source>
+        <translation>Enviar desde una línea…</translation>
+    </message>
+    <message>
+        <source>Turning (X is a diameter)</source>
+        <translation>Torneado (X es un diámetro)</translation>
+    </message>
+    <message>
+        <source>To %@ on %@.</source>
+        <translation>A %@ por %@.</translation>
+    </message>
+    <message>
+        <source>Choose a machine and a port in the send panel first.</source>
+        <translation>Elija primero una máquina y un puerto en el panel de envío.</translation>
+    </message>
+    <message>
+        <source>Line:</source>
+        <translation>Línea:</translation>
+    </message>
+    <message>
+        <source>Restart preamble (you may edit it):</source>
+        <translation>Preámbulo de reanudación (puede editarlo):</translation>
+    </message>
+    <message>
+        <source>The machine runs these blocks first, then the program from line %@. Check the tool, its offsets and the clearance height before you start.</source>
+        <translation>La máquina ejecuta primero estos bloques y después el programa desde la línea %@. Compruebe la herramienta, sus correctores y la altura de seguridad antes de empezar.</translation>
+    </message>
+    <message>
+        <source>Then the program from line %@ (the first %@ lines of %@):</source>
+        <translation>Después, el programa desde la línea %@ (las primeras %@ líneas de %@):</translation>
+    </message>
+    <message>
+        <source>Then the program from line %@:</source>
+        <translation>Después, el programa desde la línea %@:</translation>
+    </message>
+    <message>
+        <source>First the program's own lines:</source>
+        <translation>Primero, las líneas propias del programa:</translation>
+    </message>
 </context>
 </TS>

@@ -633,7 +633,27 @@ void AppModel::send()
     if (!doc) {
         return;
     }
-    m_transfer->send(doc->text(), doc->displayName(m_language), *machine, *m_selectedPortPath);
+    if (m_transfer->state().isActive()) {
+        return;
+    }
+    m_sent = {doc->id(), doc->text(), 0, 1};
+    m_transfer->send(m_sent.text, doc->displayName(m_language), *machine, *m_selectedPortPath);
+}
+
+void AppModel::sendRestart(const ToolpathRestart &restart, const QString &preamble)
+{
+    const std::optional<Machine> machine = machineForLine();
+    EditorDocument *doc = selectedDocument();
+    if (!machine || !doc || m_transfer->state().isActive()) {
+        return;
+    }
+    const QString text = restart.text(doc->text(), preamble);
+    // Lines before the resumed one: the header's and the preamble's, as sent.
+    const QString leading = text.first(text.size() - (doc->text().size() - restart.resumeOffset));
+    const int leadingLines =
+        int(leading.count(QLatin1Char('\n')) + leading.count(QLatin1Char('\r')) - leading.count(QStringLiteral("\r\n")));
+    m_sent = {doc->id(), text, leadingLines, restart.line};
+    m_transfer->send(text, doc->displayName(m_language), *machine, *m_selectedPortPath);
 }
 
 // --- Appearance, language, font, panels, alert ---------------------------------

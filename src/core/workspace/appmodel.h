@@ -5,6 +5,7 @@
 #include "transfer/programcomparison.h"
 #include "transfer/receivecontroller.h"
 #include "transfer/transfercontroller.h"
+#include "toolpath/toolpathrestart.h"
 #include "transport/serialport.h"
 #include "workspace/appalert.h"
 #include "base/appearancemode.h"
@@ -157,6 +158,21 @@ public:
     // False (with an alert) when the text names no port.
     bool choosePort(const QString &text);
     void send();
+    // Sends the selected program from `restart.line` on: its header, `preamble`
+    // (as the user left it) and the rest. An alert says what is missing to start.
+    void sendRestart(const ToolpathRestart &restart, const QString &preamble);
+    // What the running or last transfer sent, for following it line by line:
+    // the program's document, the text, and how its lines map onto the
+    // document's (the first `leadingLines` are the restart's own; the line
+    // after them is the document's `firstLine`).
+    struct SentProgram {
+        QUuid documentId;
+        QString text;
+        int leadingLines = 0;
+        int firstLine = 1;
+        int documentLine(int sentLine) const { return std::max(sentLine - leadingLines, 1) + firstLine - 1; }
+    };
+    const SentProgram &sentProgram() const { return m_sent; }
     TransferController &transfer() { return *m_transfer; }
 
     // --- Receiving (appmodelreceive.cpp) -------------------------------------
@@ -326,6 +342,7 @@ private:
     std::optional<QString> m_selectedPortPath;
     TransferController *m_transfer = nullptr;
     TransferController::TransportFactory m_transportFactory;
+    SentProgram m_sent;
     ReceiveController *m_receiver = nullptr;
     ReceiveMode m_receiveMode = ReceiveMode::open;
     QUuid m_compareDocumentId;

@@ -334,13 +334,16 @@ void ToolpathPanel::followTransfer(const TransferState &state)
         m_view->setTransferLine(0);
         return;
     }
+    const AppModel::SentProgram &sent = m_model.sentProgram();
+    if (sent.documentId != m_shownDocument)
+        return;
     if (m_payloadLineStarts.empty()) {
-        // The payload the controller sends: the selected program, with the machine's line ends.
-        const EditorDocument *doc = m_model.selectedDocument();
+        // The payload the controller sends: the sent text (the program, or
+        // its restart), with the machine's line ends.
         const std::optional<Machine> machine = m_model.selectedMachine();
-        if (!doc || !machine || doc->id() != m_shownDocument)
+        if (!machine)
             return;
-        const QByteArray payload = GCodeSender::preparePayload(doc->text(), machine->lineTerminator);
+        const QByteArray payload = GCodeSender::preparePayload(sent.text, machine->lineTerminator);
         const QByteArray end = Machine::terminatorBytes(machine->lineTerminator);
         m_payloadLineStarts.push_back(0);
         for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
@@ -348,7 +351,7 @@ void ToolpathPanel::followTransfer(const TransferState &state)
             m_payloadLineStarts.push_back(at + end.size());
     }
     if (state.totalBytes > 0 && state.bytesSent >= state.totalBytes)
-        m_view->setTransferLine(int(m_payloadLineStarts.size()) + 1);
+        m_view->setTransferLine(sent.documentLine(int(m_payloadLineStarts.size()) + 1));
     else
-        m_view->setTransferLine(lineAtByte(m_payloadLineStarts, state.bytesSent));
+        m_view->setTransferLine(sent.documentLine(lineAtByte(m_payloadLineStarts, state.bytesSent)));
 }

@@ -7,6 +7,7 @@
 #include "editor/gcodeeditor.h"
 
 #include "panels/bytepreviewdialog.h"
+#include "panels/restartdialog.h"
 #include "panels/transferlogdialog.h"
 
 #include "workspace/appmodel.h"
@@ -152,6 +153,17 @@ void CommandMenus::build()
 
     QMenu *machine = TranslatedAction::menu(m_bar, VARN_TR_KEY("Machine"));
     add(machine, VARN_TR_KEY("Send to Machine"), {QKeySequence(QStringLiteral("Ctrl+E"))}, [&model] { model.send(); });
+    add(machine, VARN_TR_KEY("Send from Line…"), {QKeySequence(QStringLiteral("Ctrl+Shift+E"))}, [this, &model] {
+        if (!model.selectedDocument())
+            return;
+        int line = 0, index = 0;
+        if (GCodeEditor *editor = m_controller.editor())
+            editor->getCursorPosition(&line, &index);
+        auto *dialog = new RestartDialog(model, line + 1, m_bar->window());
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->setWindowModality(Qt::WindowModal);
+        dialog->show();
+    });
     add(machine, VARN_TR_KEY("Cancel Transfer"), {QKeySequence(QStringLiteral("Ctrl+."))},
         [&model] { model.transfer().cancel(); });
     add(machine, VARN_TR_KEY("Receive from Machine…"), {},

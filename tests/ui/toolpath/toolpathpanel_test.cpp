@@ -9,6 +9,7 @@
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
 #include "panels/inspectorview.h"
+#include "panels/restartdialog.h"
 #include "toolpath/toolpathpanel.h"
 #include "toolpath/toolpathview.h"
 
@@ -16,7 +17,11 @@
 #include "transfer/gcodesender.h"
 #include "transport/posixserialtransport.h"
 
+#include <QLabel>
 #include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSpinBox>
 
 using namespace std::chrono_literals;
 
@@ -132,6 +137,57 @@ TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
         const int expected = bytes >= payload.size() ? lines + 1 : int(payload.left(bytes).count(end)) + 1;
         EXPECT_EQ(line, expected) << bytes;
     }
+}
+
+TEST_F(ToolpathPanelTest, SendFromLineSendsTheEditedPreambleThenTheRestAndTheMarkerFollowsTheDocument)
+{
+    PtyPair pty;
+    ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
+    ports = {{pty.slavePath(), "FTDI FT232R A50285BI"}};
+    makeModel([](const QString &device) -> std::unique_ptr<SerialTransport> {
+        return std::make_unique<PosixSerialTransport>(device, 3s, 2s, PosixSerialTransport::defaultOutputPending(),
+                                                      50ms, 20ms, 20ms);
+    });
+    model->setSelectedMachineId("fadal");
+    model->refreshPorts();
+    text = "%\nO0042\n" + program + "%\n"; // program line n is line n + 2
+    ToolpathPanel &panel = openWithPanel();
+
+    RestartDialog beyond(*model, 99);
+    EXPECT_EQ(beyond.lineBox()->value(), 14); // the spin box stops at the last line
+    beyond.lineBox()->setValue(13);
+    beyond.rebuild();
+    EXPECT_FALSE(beyond.sendButton()->isEnabled()); // past M30: a problem, not a restart
+
+    RestartDialog dialog(*model, 8);
+    EXPECT_EQ(dialog.preambleEditor()->toPlainText().toStdString(),
+              "G21 G17 G40 G80 G90\nT1 M6\nG0 Z5.0\nG0 X40.0 Y0.0\nG1 Z-1.0 F300.0\n");
+    EXPECT_TRUE(dialog.restView()->toPlainText().startsWith("G2 X60 Y20 I0 J20\nG1 X0 Y20\n"));
+    EXPECT_TRUE(dialog.notesLabel()->isHidden());
+    EXPECT_TRUE(dialog.headerLabel()->text().endsWith("\n%\nO0042"));
+    dialog.preambleEditor()->setPlainText("G21 G17 G40 G80 G90\nT1 M6\nG0 Z25.\nG0 X40. Y0\nG1 Z-1. F100.");
+
+    const QByteArray sent = "%\nO0042\nG21 G17 G40 G80 G90\nT1 M6\nG0 Z25.\nG0 X40. Y0\nG1 Z-1. F100.\n" +
+                            program.mid(program.indexOf("G2 X60")) + "%\n";
+    MachineEmulator::Options options;
+    options.bytesPerSecond = 400;
+    options.expected = GCodeSender::preparePayload(QString::fromUtf8(sent), model->selectedMachine()->lineTerminator);
+    MachineEmulator machine(pty, options);
+    machine.start();
+    QList<int> marked;
+    QObject::connect(&model->transfer(), &TransferController::stateChanged, &panel, [&](const TransferState &state) {
+        if (state.status == TransferState::Status::sending)
+            marked.append(panel.view()->transferLine());
+    });
+    dialog.sendButton()->click();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !model->transfer().state().isActive(); }, 20000));
+    EXPECT_EQ(model->transfer().state().status, TransferState::Status::success);
+    EXPECT_TRUE(machine.waitForBytes(options.expected.size(), 5s));
+    EXPECT_TRUE(machine.receivedExactly()) << machine.firstMismatch();
+    // While the header and preamble go out the marker waits on the resumed line, then follows the document.
+    ASSERT_FALSE(marked.isEmpty());
+    EXPECT_EQ(marked.first(), 8);
+    EXPECT_EQ(marked.last(), 14);
 }
 
 } // namespace
