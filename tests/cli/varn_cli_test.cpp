@@ -63,7 +63,7 @@ TEST(Varn, CommandsGiveTheirBytesOrRefuseBadInputInOneLine)
             << run.err.constData();
         EXPECT_TRUE(run.err.contains(expected)) << run.err.constData();
     }
-    EXPECT_EQ(rows, 34);
+    EXPECT_EQ(rows, 38);
     EXPECT_EQ(home.read("latin1.nc"), latin1);
     const VarnRun inPlace = home.run({"renumber", "-i", home.write("p.nc", "G0 X0\nG1 X1\n")});
     EXPECT_EQ(inPlace.status, 0);

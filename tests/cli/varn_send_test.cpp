@@ -91,6 +91,29 @@ TEST(VarnSend, AMissingPortEndsWithTheSystemsReasonAndStatusOneAnUnknownMachineW
     EXPECT_EQ(unknown.err, "varn: No machine \"Mazak\". Known machines: mill-7, lathe-2.\n");
 }
 
+TEST(VarnSend, FromBlockPrintsThePreambleThenSendsItAndTheRestOfTheProgram)
+{
+    VarnHome home;
+    home.store(kStored);
+    PtyPair pty;
+    ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
+    const QString program = QStringLiteral("O0003\nG20 G90\nT4 M6\nG43 H4 Z1.\nS2500 M3 M8\nG0 X1. Y2.\n"
+                                           "G1 Z-0.05 F8.5\nN70 X3.\nM30\n");
+    const QString preamble = QStringLiteral("G20 G17 G40 G80 G90\nT4 M6\nS2500 M3\nM8\nG0 G43 H4 Z1.0\n"
+                                            "G0 X1.0 Y2.0\nG1 Z-0.05 F8.5\n");
+    const QByteArray expected = GCodeSender::preparePayload(QStringLiteral("O0003\n") + preamble +
+                                                                QStringLiteral("N70 X3.\nM30\n"),
+                                                            Machine::LineTerminator::crlf);
+    MachineEmulator machine(pty, {.expected = expected});
+    machine.start();
+    const VarnRun run = home.run({"send", "--machine", "mill-7", "--port", pty.slavePath(), "--from-block", "N70",
+                                  home.write("part.nc", program.toUtf8())});
+    EXPECT_EQ(run.status, 0) << run.err.constData();
+    EXPECT_EQ(run.out, "Restart preamble for line 8:\n" + preamble.toUtf8() + "Transfer Completed\n");
+    ASSERT_TRUE(machine.waitForBytes(expected.size(), 5s));
+    EXPECT_TRUE(machine.receivedExactly()) << "first wrong byte at " << machine.firstMismatch();
+}
+
 TEST(VarnSend, CtrlCWhileTheMachineHoldsTheLineCancelsWithStatus130)
 {
     VarnHome home;
