@@ -5,6 +5,7 @@
 #include "programgenerator.h"
 #include "base/textfilestream.h"
 #include "toolpath/toolpathinterpreter.h"
+#include "toolpath/toolpathrestart.h"
 #include "toolpath/toolpathsource.h"
 #include "toolpath/toolpathstore.h"
 
@@ -115,8 +116,27 @@ void varnToolpathJson(benchmark::State &state)
     state.counters["file_MiB"] = double(size) / (1 << 20);
 }
 
+// "Send from Line…" on a line in the middle of the program: reading up to it
+// and building the preamble, then the text that goes out (target: 1 s).
+void restartFromMiddle(benchmark::State &state)
+{
+    const QString text = ProgramGenerator::milling(state.range(0), 20261121, false, true);
+    const int middle = int(text.count(QLatin1Char('\n')) / 2);
+    for (auto _ : state) {
+        const ToolpathRestart restart = ToolpathRestarts::plan(text, middle, false, AppLanguage::english);
+        if (!restart.ok()) {
+            state.SkipWithError(restart.problem.toUtf8().constData());
+            return;
+        }
+        QString sent = restart.text(text, restart.preamble);
+        benchmark::DoNotOptimize(sent);
+    }
+    state.counters["line"] = middle;
+}
+
 } // namespace
 
+BENCHMARK(restartFromMiddle)->Arg(100'000'000)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(toolpathStreamingFile)->Arg(10'000'000)->Arg(100'000'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(toolpathIntoStore)->Arg(100'000'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(varnToolpathJson)->Arg(100'000'000)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
