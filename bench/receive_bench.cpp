@@ -100,6 +100,40 @@ void receiveThroughput(benchmark::State &state)
 }
 BENCHMARK(receiveThroughput)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
+// The ceiling the pty itself sets: the same line settings and reads, the bytes
+// dropped as they come, no program kept.
+void receivePtyBaseline(benchmark::State &state)
+{
+    const QByteArray &payload = hundredMegabytes();
+    for (auto _ : state) {
+        PtyPair pty;
+        PosixSerialTransport transport(pty.slavePath());
+        if (!pty.isOpen() || transport.open(GCodeReceiver::lineSettings(machine()))) {
+            state.SkipWithError("no pty");
+            return;
+        }
+        const Clock::time_point start = Clock::now();
+        std::thread machineThread([&] { playMachine(pty.masterFd(), payload); });
+        qint64 got = 0;
+        ReceivedBytes rx;
+        while (got < payload.size()) {
+            rx.bytes.clear();
+            if (transport.read(rx, 1s) || rx.bytes.isEmpty())
+                break;
+            got += rx.bytes.size();
+        }
+        const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        machineThread.join();
+        if (got != payload.size()) {
+            state.SkipWithError("bytes lost");
+            return;
+        }
+        state.SetIterationTime(seconds);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * payload.size());
+}
+BENCHMARK(receivePtyBaseline)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+
 // Cancel at a random moment of the poll interval, so the median is honest.
 void receiveCancelLatency(benchmark::State &state)
 {
