@@ -13,6 +13,7 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -125,4 +126,33 @@ TEST_F(SendPanelTest, AMachineThatHangsUpEndsInAnErrorWithTheReason)
     EXPECT_TRUE(panel->sendButton()->isEnabled());
     QTest::qWait(100);
     EXPECT_EQ(ends, 1);
+}
+
+TEST_F(SendPanelTest, ATypedNetworkPortIsCheckedRememberedForItsMachineAndListedAgain)
+{
+    QLineEdit *typed = panel->portPicker()->lineEdit();
+    const auto type = [&](const QString &text) {
+        typed->setText(text);
+        QTest::keyClick(typed, Qt::Key_Return);
+    };
+    type(" RFC2217://127.0.0.1:4001 ");
+    EXPECT_EQ(model->selectedPortPath(), "rfc2217://127.0.0.1:4001");
+    EXPECT_GE(panel->portPicker()->findData("rfc2217://127.0.0.1:4001"), 0);
+
+    // Not an address, and not a listed device: refused with an alert, the selection stays.
+    for (const QString &wrong : {QStringLiteral("tcp://127.0.0.1"), QStringLiteral("/dev/ttyNOPE")}) {
+        model->clearAlert();
+        type(wrong);
+        EXPECT_TRUE(model->alert().has_value()) << wrong.toStdString();
+        EXPECT_EQ(model->selectedPortPath(), "rfc2217://127.0.0.1:4001");
+        EXPECT_EQ(panel->portPicker()->currentData().toString(), "rfc2217://127.0.0.1:4001");
+    }
+    // A listed device by its path; the typed address stays in the list for this machine only.
+    type(pty.slavePath());
+    EXPECT_EQ(model->selectedPortPath(), pty.slavePath());
+    EXPECT_GE(panel->portPicker()->findData("rfc2217://127.0.0.1:4001"), 0);
+    model->setSelectedMachineId(Machine::defaults().first().id);
+    EXPECT_EQ(panel->portPicker()->findData("rfc2217://127.0.0.1:4001"), -1);
+    model->setSelectedMachineId("fadal");
+    EXPECT_GE(panel->portPicker()->findData("rfc2217://127.0.0.1:4001"), 0);
 }
