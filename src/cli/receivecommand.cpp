@@ -1,5 +1,6 @@
 // `varn receive`: takes one program from a machine, as the window's Receive does.
 #include "commands.h"
+#include "consoleline.h"
 
 #include "machines/machinestore.h"
 #include "transfer/receivecontroller.h"
@@ -8,30 +9,17 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSocketNotifier>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <unistd.h>
 
 namespace {
 
-// Ctrl-C reaches the event loop through a pipe, as for `varn send`: the
-// handler only writes a byte and the loop cancels like the Cancel button.
-int g_receiveSignalPipe[2] = {-1, -1};
-
-void onReceiveSignal(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t written = ::write(g_receiveSignalPipe[1], &byte, 1);
-}
-
-// One status line on standard error, redrawn on a terminal and written only
-// when its words change otherwise.
+// One status line, redrawn on a terminal and written only when its words
+// change otherwise.
 class ReceiveProgress {
 public:
-    explicit ReceiveProgress(AppLanguage language) : m_language(language), m_terminal(::isatty(2) == 1) {}
+    explicit ReceiveProgress(AppLanguage language) : m_language(language) {}
 
     void update(const ReceiveState &state)
     {
@@ -39,27 +27,14 @@ public:
         if (state.status == ReceiveState::Status::receiving) {
             line += QStringLiteral("  ") + state.summary(m_language);
         }
-        if (m_terminal) {
-            CommandContext::writeErrRaw(QStringLiteral("\r") + line.leftJustified(m_width));
-            m_width = qMax(m_width, line.size());
-        } else if (state.status != m_lastStatus) {
-            CommandContext::writeErr(line);
-        }
+        m_line.show(line, state.status != m_lastStatus);
         m_lastStatus = state.status;
     }
-
-    void finish()
-    {
-        if (m_terminal && m_width > 0) {
-            CommandContext::writeErrRaw(QStringLiteral("\r") + QString(m_width, QLatin1Char(' ')) +
-                                        QStringLiteral("\r"));
-        }
-    }
+    void finish() { m_line.finish(); }
 
 private:
     AppLanguage m_language;
-    bool m_terminal;
-    qsizetype m_width = 0;
+    StatusLine m_line;
     std::optional<ReceiveState::Status> m_lastStatus;
 };
 
@@ -88,24 +63,16 @@ int receive(CommandContext &ctx)
     request.machine = *machine;
     const QString output = call.value(QStringLiteral("--output"));
 
-    if (::pipe(g_receiveSignalPipe) != 0) {
-        return ctx.badInput(QString::fromLocal8Bit(std::strerror(errno)));
-    }
-    std::signal(SIGINT, onReceiveSignal);
-    std::signal(SIGTERM, onReceiveSignal);
-
     ReceiveState final;
     std::shared_ptr<const ReceivedProgram> program;
     {
         ReceiveController controller;
         controller.setLanguage(ctx.language());
         ReceiveProgress progress(ctx.language());
-        QSocketNotifier interrupt(g_receiveSignalPipe[0], QSocketNotifier::Read);
-        QObject::connect(&interrupt, &QSocketNotifier::activated, &controller, [&] {
-            char byte = 0;
-            [[maybe_unused]] const ssize_t got = ::read(g_receiveSignalPipe[0], &byte, 1);
-            controller.cancel();
-        });
+        const SignalCancel interrupt([&] { controller.cancel(); });
+        if (!interrupt.ok()) {
+            return ctx.badInput(QString::fromLocal8Bit(std::strerror(errno)));
+        }
         QObject::connect(&controller, &ReceiveController::programReceived, &controller,
                          [&](std::shared_ptr<const ReceivedProgram> received, const QString &) {
                              program = std::move(received);
@@ -124,10 +91,6 @@ int receive(CommandContext &ctx)
         progress.finish();
         final = controller.state();
     }
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-    ::close(g_receiveSignalPipe[0]);
-    ::close(g_receiveSignalPipe[1]);
 
     // A program cut short by a lost line is still written: it is all there is.
     if (program) {

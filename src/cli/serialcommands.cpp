@@ -1,5 +1,6 @@
 // Ports, machine profiles and sending as `varn` commands.
 #include "commands.h"
+#include "consoleline.h"
 
 #include "jsonwriter.h"
 #include "machines/machinestore.h"
@@ -14,11 +15,9 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QSocketNotifier>
 #include <QTimer>
 
-#include <csignal>
-#include <unistd.h>
+#include <cstring>
 
 namespace {
 
@@ -195,21 +194,11 @@ std::optional<Machine> findMachine(const QList<Machine> &list, const QString &wa
 
 namespace {
 
-// Ctrl-C and SIGTERM reach the event loop through a pipe: a signal handler may
-// only write(2), and the loop then cancels the transfer like the Cancel button.
-int g_signalPipe[2] = {-1, -1};
-
-void onSignal(int)
-{
-    const char byte = 1;
-    [[maybe_unused]] const ssize_t written = ::write(g_signalPipe[1], &byte, 1);
-}
-
 // Draws the progress of a transfer on standard error: a redrawn bar on a
 // terminal, a line every tenth of the way when standard error is a file.
 class ProgressPrinter {
 public:
-    explicit ProgressPrinter(AppLanguage language) : m_language(language), m_terminal(::isatty(2) == 1) {}
+    explicit ProgressPrinter(AppLanguage language) : m_language(language) {}
 
     void update(const TransferState &state)
     {
@@ -220,27 +209,19 @@ public:
             return;
         }
         const int percent = state.percent();
-        if (m_terminal) {
+        if (m_line.onTerminal()) {
             if (m_redraw.isValid() && m_redraw.elapsed() < 100 && percent < 100) {
                 return;
             }
             m_redraw.start();
-            const QString line = render(state, percent);
-            CommandContext::writeErrRaw(QStringLiteral("\r") + line.leftJustified(m_width));
-            m_width = qMax(m_width, line.size());
+            m_line.show(render(state, percent), false);
         } else if (percent / 10 > m_lastDecile) {
             m_lastDecile = percent / 10;
-            CommandContext::writeErr(render(state, percent));
+            m_line.show(render(state, percent), true);
         }
     }
 
-    void finish()
-    {
-        if (m_terminal && m_width > 0) {
-            CommandContext::writeErrRaw(QStringLiteral("\r") + QString(m_width, QLatin1Char(' ')) +
-                                        QStringLiteral("\r"));
-        }
-    }
+    void finish() { m_line.finish(); }
 
 private:
     QString render(const TransferState &state, int percent) const
@@ -265,10 +246,9 @@ private:
     }
 
     AppLanguage m_language;
-    bool m_terminal;
+    StatusLine m_line;
     QElapsedTimer m_clock;
     QElapsedTimer m_redraw;
-    qsizetype m_width = 0;
     int m_lastDecile = -1;
 };
 
@@ -297,23 +277,15 @@ int send(CommandContext &ctx)
     const QString fileName =
         ctx.readsStandardInput(0) ? ctx.programName(0) : QFileInfo(call.positionals[0]).fileName();
 
-    if (::pipe(g_signalPipe) != 0) {
-        return ctx.badInput(QString::fromLocal8Bit(std::strerror(errno)));
-    }
-    std::signal(SIGINT, onSignal);
-    std::signal(SIGTERM, onSignal);
-
     TransferState final;
     {
         TransferController controller;
         controller.setLanguage(ctx.language());
         ProgressPrinter progress(ctx.language());
-        QSocketNotifier interrupt(g_signalPipe[0], QSocketNotifier::Read);
-        QObject::connect(&interrupt, &QSocketNotifier::activated, &controller, [&] {
-            char byte = 0;
-            [[maybe_unused]] const ssize_t got = ::read(g_signalPipe[0], &byte, 1);
-            controller.cancel();
-        });
+        const SignalCancel interrupt([&] { controller.cancel(); });
+        if (!interrupt.ok()) {
+            return ctx.badInput(QString::fromLocal8Bit(std::strerror(errno)));
+        }
         QObject::connect(&controller, &TransferController::stateChanged, &controller,
                          [&](const TransferState &state) {
                              progress.update(state);
@@ -329,8 +301,6 @@ int send(CommandContext &ctx)
         final = controller.state();
         // Leaving the scope joins the sender thread, which closes the port.
     }
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
 
     switch (final.status) {
     case TransferState::Status::success:
