@@ -45,10 +45,8 @@ ReceiveController::ReceiveController(TransferController::TransportFactory factor
 
 ReceiveController::~ReceiveController()
 {
-    for (auto &[generation, thread] : m_threads) {
-        thread.request_stop();
-    }
-    m_threads.clear();
+    // The threads post to this object: they go before it does.
+    m_jobs.stopAll();
 }
 
 void ReceiveController::receive(const Request &request)
@@ -56,7 +54,7 @@ void ReceiveController::receive(const Request &request)
     if (m_state.isActive()) {
         return;
     }
-    const quint64 generation = ++m_generation;
+    const quint64 generation = m_jobs.next();
     m_folder = request.autoReceiveFolder;
     m_devicePath = request.devicePath;
     m_startedAt = QDateTime::currentDateTime();
@@ -83,7 +81,7 @@ void ReceiveController::receive(const Request &request)
         QMetaObject::invokeMethod(
             this, [this, generation, event] { apply(generation, event); }, Qt::QueuedConnection);
     };
-    m_threads.emplace(generation, GCodeReceiver::start(request.machine, std::move(transport), options,
+    m_jobs.add(generation, GCodeReceiver::start(request.machine, std::move(transport), options,
                                                        m_language, std::move(sink)));
 }
 
@@ -92,11 +90,7 @@ void ReceiveController::cancel()
     if (!m_state.isActive()) {
         return;
     }
-    auto current = m_threads.find(m_generation);
-    if (current != m_threads.end()) {
-        current->second.request_stop();
-    }
-    ++m_generation;
+    m_jobs.stopCurrent();
     ReceiveState next = m_state;
     next.status = ReceiveState::Status::cancelled;
     next.message = ReceiveState::label(next.status, m_language);
@@ -107,10 +101,7 @@ void ReceiveController::apply(quint64 generation, const GCodeReceiver::Event &ev
 {
     using Kind = GCodeReceiver::Event::Kind;
     using Status = ReceiveState::Status;
-    if (event.isFinal()) {
-        m_threads.erase(generation);
-    }
-    if (generation != m_generation) {
+    if (!m_jobs.accept(generation, event.isFinal())) {
         return;
     }
     ReceiveState next = m_state;

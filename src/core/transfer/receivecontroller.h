@@ -96,8 +96,7 @@ private:
     ReceiveState m_state;
     QString m_folder;
     AppLanguage m_language = AppLanguage::english;
-    quint64 m_generation = 0;
-    std::map<quint64, std::jthread> m_threads;
+    JobThreads m_jobs;
     TransferLog m_log;
     QString m_devicePath;
     QDateTime m_startedAt;

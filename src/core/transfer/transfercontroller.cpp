@@ -28,11 +28,8 @@ std::unique_ptr<SerialTransport> TransferController::makeSerialTransport(const Q
 
 TransferController::~TransferController()
 {
-    // Ask every sender to stop first so they wind down together, then join.
-    for (auto &[generation, thread] : m_threads) {
-        thread.request_stop();
-    }
-    m_threads.clear();
+    // The threads post to this object: they go before it does.
+    m_jobs.stopAll();
 }
 
 void TransferController::setLanguage(AppLanguage language)
@@ -67,7 +64,7 @@ void TransferController::send(const QString &content, const QString &fileName, c
     std::unique_ptr<SerialTransport> transport = m_factory(devicePath);
     const QString endpoint = endpointName(devicePath);
 
-    const quint64 generation = ++m_generation;
+    const quint64 generation = m_jobs.next();
     TransferState next;
     next.status = TransferState::Status::connecting;
     next.fileName = fileName;
@@ -94,7 +91,7 @@ void TransferController::send(const QString &content, const QString &fileName, c
         QMetaObject::invokeMethod(
             this, [this, generation, event] { apply(generation, event); }, Qt::QueuedConnection);
     };
-    m_threads.emplace(generation, GCodeSender::start(std::move(payload), machine, std::move(transport),
+    m_jobs.add(generation, GCodeSender::start(std::move(payload), machine, std::move(transport),
                                                      m_language, std::move(sink)));
 }
 
@@ -103,11 +100,7 @@ void TransferController::cancel()
     if (!m_state.isActive()) {
         return;
     }
-    auto current = m_threads.find(m_generation);
-    if (current != m_threads.end()) {
-        current->second.request_stop();
-    }
-    ++m_generation;
+    m_jobs.stopCurrent();
     TransferState next = m_state;
     next.status = TransferState::Status::cancelled;
     next.message = L10n::text("Transfer Cancelled", m_language);
@@ -117,11 +110,7 @@ void TransferController::cancel()
 
 void TransferController::apply(quint64 generation, const TransferEvent &event)
 {
-    if (event.isFinal()) {
-        // The sender has nothing left to do but return; joining is immediate.
-        m_threads.erase(generation);
-    }
-    if (generation != m_generation) {
+    if (!m_jobs.accept(generation, event.isFinal())) {
         return;
     }
     using Status = TransferState::Status;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "machines/machine.h"
+#include "transfer/jobthreads.h"
 #include "transfer/transferevent.h"
 #include "transfer/transferlog.h"
 #include "transfer/transferstate.h"
@@ -72,12 +73,7 @@ private:
     TransportFactory m_factory;
     TransferState m_state;
     AppLanguage m_language = AppLanguage::english;
-    // Raised by every send and every cancel; events carry the value of their
-    // transfer and only those of the current one are applied.
-    quint64 m_generation = 0;
-    // Sender threads by generation, the cancelled ones included, until their
-    // final event has arrived (joining then costs nothing).
-    std::map<quint64, std::jthread> m_threads;
+    JobThreads m_jobs;
 
     TransferLog m_log;
     bool m_logPending = false;
