@@ -55,6 +55,17 @@ protected:
             10000));
         return panel;
     }
+    // A model whose selected machine and port are the pty's.
+    void sendTo(PtyPair &pty)
+    {
+        ports = {{pty.slavePath(), "FTDI FT232R A50285BI"}};
+        makeModel([](const QString &device) -> std::unique_ptr<SerialTransport> {
+            return std::make_unique<PosixSerialTransport>(device, 3s, 2s, PosixSerialTransport::defaultOutputPending(),
+                                                          50ms, 20ms, 20ms);
+        });
+        model->setSelectedMachineId("fadal");
+        model->refreshPorts();
+    }
     QPointF pixelOf(const ToolpathView &view, std::array<float, 3> p) const { return view.camera().project(p); }
 
     QByteArray text = program;
@@ -102,13 +113,7 @@ TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
 {
     PtyPair pty;
     ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
-    ports = {{pty.slavePath(), "FTDI FT232R A50285BI"}};
-    makeModel([](const QString &device) -> std::unique_ptr<SerialTransport> {
-        return std::make_unique<PosixSerialTransport>(device, 3s, 2s, PosixSerialTransport::defaultOutputPending(),
-                                                      50ms, 20ms, 20ms);
-    });
-    model->setSelectedMachineId("fadal");
-    model->refreshPorts();
+    sendTo(pty);
     text = ProgramGenerator::milling(24 * 1024, 7).toUtf8();
     ToolpathPanel &panel = openWithPanel();
 
@@ -143,13 +148,7 @@ TEST_F(ToolpathPanelTest, SendFromLineSendsTheEditedPreambleThenTheRestAndTheMar
 {
     PtyPair pty;
     ASSERT_TRUE(pty.isOpen()) << pty.error().toStdString();
-    ports = {{pty.slavePath(), "FTDI FT232R A50285BI"}};
-    makeModel([](const QString &device) -> std::unique_ptr<SerialTransport> {
-        return std::make_unique<PosixSerialTransport>(device, 3s, 2s, PosixSerialTransport::defaultOutputPending(),
-                                                      50ms, 20ms, 20ms);
-    });
-    model->setSelectedMachineId("fadal");
-    model->refreshPorts();
+    sendTo(pty);
     text = "%\nO0042\n" + program + "%\n"; // program line n is line n + 2
     ToolpathPanel &panel = openWithPanel();
 
