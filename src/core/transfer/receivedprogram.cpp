@@ -6,6 +6,7 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace {
@@ -44,8 +45,24 @@ ReceivedProgram ReceivedProgram::make(QByteArray raw, QList<qsizetype> errorOffs
         }
         ++nextError;
     }
-    for (qsizetype i = program.start; i < size; ++i) {
-        const auto c = static_cast<unsigned char>(data[i]);
+    // What each byte becomes and whether it stays: a 100 MB program goes
+    // through here once, without a branch per character.
+    std::array<char16_t, 256> as{};
+    std::array<unsigned char, 256> kept{};
+    for (int c = 0; c < 256; ++c) {
+        const bool breaks = c == static_cast<unsigned char>(lineBreak);
+        as[c] = breaks ? u'\n' : char16_t(c);
+        kept[c] = breaks || keptInText(static_cast<unsigned char>(c)) ? 1 : 0;
+    }
+    const auto *bytes = reinterpret_cast<const unsigned char *>(data);
+    if (nextError == errorCount) {
+        for (qsizetype i = program.start; i < size; ++i) {
+            out[written] = as[bytes[i]];
+            written += kept[bytes[i]];
+        }
+    }
+    for (qsizetype i = program.start; i < size && nextError < errorCount; ++i) {
+        const unsigned char c = bytes[i];
         while (nextError < errorCount && program.errorOffsets[nextError] <= i) {
             if (program.errorOffsets[nextError] == i &&
                 (program.errorLines.isEmpty() || program.errorLines.last() != line)) {
@@ -53,11 +70,15 @@ ReceivedProgram ReceivedProgram::make(QByteArray raw, QList<qsizetype> errorOffs
             }
             ++nextError;
         }
-        if (c == static_cast<unsigned char>(lineBreak)) {
-            out[written++] = u'\n';
-            ++line;
-        } else if (keptInText(c)) {
-            out[written++] = c;
+        out[written] = as[c];
+        written += kept[c];
+        line += c == static_cast<unsigned char>(lineBreak) ? 1 : 0;
+        if (nextError == errorCount) {
+            // Past the last error only the text is left to make.
+            for (++i; i < size; ++i) {
+                out[written] = as[bytes[i]];
+                written += kept[bytes[i]];
+            }
         }
     }
     if (written > 0 && out[written - 1] != u'\n') {
