@@ -1,5 +1,6 @@
 #include "toolpathrestart.h"
 
+#include "toolpathblock.h"
 #include "toolpathinterpreter.h"
 #include "toolpathsource.h"
 
@@ -89,6 +90,74 @@ QString gCode(int code)
     return code % 10 ? QStringLiteral("G%1.%2").arg(code / 10).arg(code % 10) : QStringLiteral("G%1").arg(code / 10);
 }
 
+// The tool, its spindle and coolant, and the way back to where it was: clear
+// first (up in Z on a mill, out in X on a lathe), then across, then to the
+// point at the feed, since the tool may be in the stock. Gives the motion the
+// approach leaves in force, -1 when it moves nothing.
+int approach(const ToolpathModalState &s, QStringList &blocks)
+{
+    const auto word = [&](char letter, double value) { return QLatin1Char(letter) + figure(value, s.inches); };
+    if (s.lathe) {
+        if (s.toolWord > 0)
+            blocks.append(QLatin1Char('T') + QString::number(s.toolWord).rightJustified(s.toolWordDigits, QLatin1Char('0')));
+    } else if (s.tool > 0) {
+        blocks.append(QStringLiteral("T%1 M6").arg(s.tool));
+        if (s.nextTool > 0 && s.nextTool != s.tool)
+            blocks.append(QStringLiteral("T%1").arg(s.nextTool));
+    }
+
+    if (s.lathe && s.constantSurfaceSpeed && s.maxSpindleSpeed)
+        blocks.append(QStringLiteral("G50 S") + whole(*s.maxSpindleSpeed));
+    QStringList spindle;
+    if (s.lathe)
+        spindle.append(s.constantSurfaceSpeed ? QStringLiteral("G96") : QStringLiteral("G97"));
+    if (s.spindleSpeed)
+        spindle.append(QStringLiteral("S") + whole(*s.spindleSpeed));
+    if (s.spindle)
+        spindle.append(QStringLiteral("M%1").arg(s.spindle));
+    if (s.spindleSpeed || s.spindle)
+        blocks.append(spindle.join(QLatin1Char(' ')));
+    if (s.mist)
+        blocks.append(QStringLiteral("M7"));
+    if (s.flood)
+        blocks.append(QStringLiteral("M8"));
+
+    const int clearAxis = s.lathe ? 0 : 2;
+    const char clearLetter = s.lathe ? 'X' : 'Z';
+    const double target = s.position[clearAxis];
+    const double clear = s.clearance ? std::max(*s.clearance, target) : target;
+    const bool lengthOffset = !s.lathe && (s.lengthOffset == 430 || s.lengthOffset == 440);
+    const QString offsetWords =
+        lengthOffset ? gCode(s.lengthOffset) + QStringLiteral(" H%1 ").arg(s.lengthRegister) : QString();
+    int motionNow = -1; // the motion the approach leaves in force; -1 before any move
+    if (s.known[clearAxis]) {
+        blocks.append(QStringLiteral("G0 ") + offsetWords + word(clearLetter, clear));
+        motionNow = 0;
+    } else if (lengthOffset) {
+        blocks.append(offsetWords.trimmed());
+    }
+    QStringList across;
+    for (int axis = s.lathe ? 2 : 0; axis < (s.lathe ? 3 : 2); ++axis) {
+        if (s.known[axis])
+            across.append(word(char('X' + axis), s.position[axis]));
+    }
+    if (!across.isEmpty()) {
+        blocks.append(QStringLiteral("G0 ") + across.join(QLatin1Char(' ')));
+        motionNow = 0;
+    }
+    bool feedSet = false;
+    if (s.known[clearAxis] && clear - target > 1e-9) {
+        const bool feeding = s.feed > 0 && s.feedMode != 930;
+        blocks.append(feeding ? QStringLiteral("G1 ") + word(clearLetter, target) + QLatin1Char(' ') + word('F', s.feed)
+                              : QStringLiteral("G0 ") + word(clearLetter, target));
+        motionNow = feeding ? 1 : 0;
+        feedSet = feeding;
+    }
+    if (s.feed > 0 && !feedSet)
+        blocks.append(word('F', s.feed));
+    return motionNow;
+}
+
 } // namespace
 
 QString ToolpathRestart::text(QStringView program, const QString &edited) const
@@ -131,7 +200,7 @@ int ToolpathRestarts::lineOfBlock(QStringView program, qint64 number)
     return 0;
 }
 
-QString ToolpathRestarts::preamble(const ToolpathModalState &s, const QString &lineBreak)
+QString ToolpathRestarts::preamble(const ToolpathModalState &s, const QString &lineBreak, bool toolChangeFollows)
 {
     QStringList blocks;
     const auto word = [&](char letter, double value) { return QLatin1Char(letter) + figure(value, s.inches); };
@@ -157,66 +226,9 @@ QString ToolpathRestarts::preamble(const ToolpathModalState &s, const QString &l
     else if (s.workOffset)
         blocks.append(gCode(s.workOffset));
 
-    if (s.lathe) {
-        if (s.toolWord > 0)
-            blocks.append(QLatin1Char('T') + QString::number(s.toolWord).rightJustified(s.toolWordDigits, QLatin1Char('0')));
-    } else if (s.tool > 0) {
-        blocks.append(QStringLiteral("T%1 M6").arg(s.tool));
-        if (s.nextTool > 0 && s.nextTool != s.tool)
-            blocks.append(QStringLiteral("T%1").arg(s.nextTool));
-    }
-
-    if (s.lathe && s.constantSurfaceSpeed && s.maxSpindleSpeed)
-        blocks.append(QStringLiteral("G50 S") + whole(*s.maxSpindleSpeed));
-    QStringList spindle;
-    if (s.lathe)
-        spindle.append(s.constantSurfaceSpeed ? QStringLiteral("G96") : QStringLiteral("G97"));
-    if (s.spindleSpeed)
-        spindle.append(QStringLiteral("S") + whole(*s.spindleSpeed));
-    if (s.spindle)
-        spindle.append(QStringLiteral("M%1").arg(s.spindle));
-    if (s.spindleSpeed || s.spindle)
-        blocks.append(spindle.join(QLatin1Char(' ')));
-    if (s.mist)
-        blocks.append(QStringLiteral("M7"));
-    if (s.flood)
-        blocks.append(QStringLiteral("M8"));
-
-    // The approach: clear first (up in Z on a mill, out in X on a lathe), then
-    // across, then to the point at the feed, since the tool may be in the stock.
-    const int clearAxis = s.lathe ? 0 : 2;
-    const char clearLetter = s.lathe ? 'X' : 'Z';
-    const double target = s.position[clearAxis];
-    const double clear = s.clearance ? std::max(*s.clearance, target) : target;
-    const bool lengthOffset = !s.lathe && (s.lengthOffset == 430 || s.lengthOffset == 440);
-    const QString offsetWords =
-        lengthOffset ? gCode(s.lengthOffset) + QStringLiteral(" H%1 ").arg(s.lengthRegister) : QString();
-    int motionNow = -1; // the motion the approach leaves in force; -1 before any move
-    if (s.known[clearAxis]) {
-        blocks.append(QStringLiteral("G0 ") + offsetWords + word(clearLetter, clear));
-        motionNow = 0;
-    } else if (lengthOffset) {
-        blocks.append(offsetWords.trimmed());
-    }
-    QStringList across;
-    for (int axis = s.lathe ? 2 : 0; axis < (s.lathe ? 3 : 2); ++axis) {
-        if (s.known[axis])
-            across.append(word(char('X' + axis), s.position[axis]));
-    }
-    if (!across.isEmpty()) {
-        blocks.append(QStringLiteral("G0 ") + across.join(QLatin1Char(' ')));
-        motionNow = 0;
-    }
-    bool feedSet = false;
-    if (s.known[clearAxis] && clear - target > 1e-9) {
-        const bool feeding = s.feed > 0 && s.feedMode != 930;
-        blocks.append(feeding ? QStringLiteral("G1 ") + word(clearLetter, target) + QLatin1Char(' ') + word('F', s.feed)
-                              : QStringLiteral("G0 ") + word(clearLetter, target));
-        motionNow = feeding ? 1 : 0;
-        feedSet = feeding;
-    }
-    if (s.feed > 0 && !feedSet)
-        blocks.append(word('F', s.feed));
+    // A restart on a tool change leaves the tool, its spindle and its
+    // approach to the program, which sets them for the new tool next.
+    const int motionNow = toolChangeFollows ? -1 : approach(s, blocks);
     // Bare axis words on the resumed line move the way the program left them.
     if (s.motion != motionNow && !s.turningCycle)
         blocks.append(QStringLiteral("G%1").arg(s.motion));
@@ -255,7 +267,15 @@ ToolpathRestart ToolpathRestarts::plan(QStringView program, int line, bool lathe
     }
 
     restart.header = headerBefore(program, restart.resumeOffset);
-    restart.preamble = preamble(state, lineBreakOf(program));
+    // The line itself changes the tool: M6 on a mill, a T word on a lathe.
+    ToolpathBlock block;
+    ToolpathBlockReader reader(language, [](int, const QString &) {});
+    qsizetype end = restart.resumeOffset;
+    while (end < program.size() && program[end] != u'\n' && program[end] != u'\r')
+        ++end;
+    reader.read(program.sliced(restart.resumeOffset, end - restart.resumeOffset), line, block);
+    const bool toolChange = lathe ? block.has('T') : block.hasM(6);
+    restart.preamble = preamble(state, lineBreakOf(program), toolChange);
     if (state.cycle || state.turningCycle)
         restart.notes.append(L10n::text("A cycle is in force at this line and the preamble cancels it: restart from "
                                         "the block that starts the cycle.",
@@ -265,7 +285,7 @@ ToolpathRestart ToolpathRestarts::plan(QStringView program, int line, bool lathe
                                         "it.",
                                         language));
     const bool knowsAll = lathe ? state.known[0] && state.known[2] : state.known[0] && state.known[1] && state.known[2];
-    if (!knowsAll)
+    if (!knowsAll && !toolChange)
         restart.notes.append(L10n::text("No block before this line sets every axis: the preamble moves only the "
                                         "axes it knows.",
                                         language));

@@ -37,5 +37,7 @@ ToolpathRestart plan(QStringView program, int line, bool lathe, AppLanguage lang
 // The first line whose block number is `number` (N1234 → 1234); 0 when none.
 int lineOfBlock(QStringView program, qint64 number);
 // The blocks that bring a machine into `state`, each ended by `lineBreak`.
-QString preamble(const ToolpathModalState &state, const QString &lineBreak);
+// Before a tool change only the modes are set: the program's own blocks
+// bring the new tool, its spindle and its approach.
+QString preamble(const ToolpathModalState &state, const QString &lineBreak, bool toolChangeFollows = false);
 } // namespace ToolpathRestarts
