@@ -433,8 +433,6 @@ void ToolpathEngine::arc(bool ccw, const Point &end, const ToolpathBlock &b, int
     m_pos = end;
 }
 
-// One hole of a canned drilling cycle (or K of them); false when the block
-// drilled nothing because R or Z is missing.
 // The modes of a G code that leave the path alone: offsets, compensation,
 // feed and spindle modes.
 void ToolpathEngine::keepModes(const ToolpathBlock &b, int g)
@@ -517,6 +515,8 @@ ToolpathModalState ToolpathEngine::modalState() const
     return s;
 }
 
+// One hole of a canned drilling cycle (or K of them); false when the block
+// drilled nothing because R or Z is missing.
 bool ToolpathEngine::drill(const ToolpathBlock &b, int line)
 {
     const double scale = m_inches ? 25.4 : 1.0;
