@@ -17,6 +17,7 @@
 #include <QFileInfo>
 #include <QTimer>
 
+#include <climits>
 #include <cstring>
 
 namespace {

@@ -647,9 +647,10 @@ void AppModel::sendRestart(const ToolpathRestart &restart, const QString &preamb
     if (!machine || !doc || m_transfer->state().isActive()) {
         return;
     }
-    const QString text = restart.text(doc->text(), preamble);
+    const QString program = doc->text();
+    const QString text = restart.text(program, preamble);
     // Lines before the resumed one: the header's and the preamble's, as sent.
-    const QString leading = text.first(text.size() - (doc->text().size() - restart.resumeOffset));
+    const QStringView leading = QStringView(text).first(text.size() - (program.size() - restart.resumeOffset));
     const int leadingLines =
         int(leading.count(QLatin1Char('\n')) + leading.count(QLatin1Char('\r')) - leading.count(QStringLiteral("\r\n")));
     m_sent = {doc->id(), text, leadingLines, restart.line};

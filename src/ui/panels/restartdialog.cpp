@@ -49,7 +49,8 @@ RestartDialog::RestartDialog(AppModel &model, int line, QWidget *parent)
     const AppLanguage language = model.language();
     setWindowTitle(L10n::text("Send from Line", language));
     const EditorDocument *doc = model.selectedDocument();
-    const QString text = doc ? doc->text() : QString();
+    m_text = doc ? doc->text() : QString();
+    const QString &text = m_text;
 
     m_line->setRange(1, lineCount(text));
     m_line->setValue(std::clamp(line, 1, m_line->maximum()));
@@ -117,11 +118,7 @@ void RestartDialog::rebuild()
 {
     m_pause.stop();
     const AppLanguage language = m_model.language();
-    const EditorDocument *doc = m_model.selectedDocument();
-    if (!doc) {
-        return;
-    }
-    const QString text = doc->text();
+    const QString &text = m_text;
     // Reading a huge program up to a late line takes a moment.
     QApplication::setOverrideCursor(Qt::WaitCursor);
     m_restart = ToolpathRestarts::plan(text, m_line->value(), m_turning->isChecked(), language);

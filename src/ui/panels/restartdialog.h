@@ -41,6 +41,7 @@ private:
     void send();
 
     AppModel &m_model;
+    QString m_text; // the program as it stands: the window waits while this is open
     ToolpathRestart m_restart;
     QTimer m_pause;
     QSpinBox *m_line;
