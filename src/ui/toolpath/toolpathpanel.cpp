@@ -3,6 +3,7 @@
 #include "toolpathview.h"
 
 #include "toolpath/render/toolpathcoarse.h"
+#include "toolpath/render/toolpathpreview.h"
 
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
@@ -40,8 +41,14 @@ constexpr ViewChoice viewChoices[] = {{VARN_TR_KEY("Top"), ToolpathCamera::View:
                                       {VARN_TR_KEY("Side"), ToolpathCamera::View::side},
                                       {VARN_TR_KEY("Iso"), ToolpathCamera::View::iso}};
 
-// The coarse level is sized for a picture of the whole path about this wide.
+// The coarse level is sized for a picture of the whole path about this wide,
+// and kept small enough to draw a frame while turning in well under 33 ms.
 constexpr double coarsePixels = 1200;
+constexpr std::size_t coarseVertices = 50000;
+
+// A long program shows what is interpreted so far after this long, then every so often.
+constexpr qint64 previewAfterMs = 350;
+constexpr qint64 previewEveryMs = 500;
 
 bool darkPalette()
 {
@@ -68,10 +75,16 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
 
+    // The header is one row when it fits; in a narrow panel the view buttons
+    // take a second row, so no label is ever cut (see fitHeader).
     auto *header = new QHBoxLayout;
     header->setContentsMargins(8, 4, 8, 4);
     m_title = new QLabel(this);
-    m_title->setStyleSheet(QStringLiteral("font-weight: bold;"));
+    // Bold through the font: a style sheet would pin the label to the palette of the moment,
+    // and a later change of appearance would leave it dark on dark.
+    QFont bold = m_title->font();
+    bold.setBold(true);
+    m_title->setFont(bold);
     header->addWidget(m_title);
     header->addStretch(1);
     m_views = new QButtonGroup(this);
@@ -88,7 +101,12 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     m_fit = new QToolButton(this);
     m_fit->setAutoRaise(true);
     header->addWidget(m_fit);
+    m_header = header;
     column->addLayout(header);
+    m_viewRow = new QHBoxLayout;
+    m_viewRow->setContentsMargins(8, 0, 8, 0);
+    m_viewRow->addStretch(1);
+    column->addLayout(m_viewRow);
 
     m_view = new ToolpathView(this);
     column->addWidget(m_view, 1);
@@ -131,6 +149,34 @@ ToolpathPanel::~ToolpathPanel()
     if (m_cancel)
         *m_cancel = true;
     m_watcher.waitForFinished();
+}
+
+void ToolpathPanel::resizeEvent(QResizeEvent *event)
+{
+    QFrame::resizeEvent(event);
+    fitHeader();
+}
+
+void ToolpathPanel::fitHeader()
+{
+    const QList<QAbstractButton *> buttons = m_views->buttons();
+    const int spacing = std::max(0, m_header->spacing());
+    const QMargins margins = m_header->contentsMargins();
+    int needed = margins.left() + margins.right() + m_title->sizeHint().width() + m_turning->sizeHint().width() +
+                 m_fit->sizeHint().width() + 16 + spacing * int(3 + buttons.size());
+    for (QAbstractButton *button : buttons)
+        needed += button->sizeHint().width();
+    const bool twoRows = needed > width();
+    if (twoRows == m_headerTwoRows)
+        return;
+    m_headerTwoRows = twoRows;
+    for (int i = 0; i < int(buttons.size()); ++i) {
+        // One row: after the title and its stretch. Two rows: a row of their own, left-aligned.
+        if (twoRows)
+            m_viewRow->insertWidget(i, buttons[i]);
+        else
+            m_header->insertWidget(2 + i, buttons[i]);
+    }
 }
 
 void ToolpathPanel::showEvent(QShowEvent *event)
@@ -203,17 +249,40 @@ void ToolpathPanel::interpret()
     m_cancel = std::make_shared<std::atomic<bool>>(false);
     m_running = true;
     showSummary();
+    // With nothing on screen yet, a long program shows its beginning while the rest is read.
+    std::optional<ToolpathCamera> preview;
+    if (!m_view->store() && m_view->isVisible()) {
+        preview.emplace();
+        preview->setView(lathe ? ToolpathCamera::View::turning : viewChoices[std::max(0, m_views->checkedId())].view);
+        preview->setViewport(m_view->size());
+    }
+    auto deliver = [this, token = m_cancel](QImage image) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, token, image] {
+                if (token == m_cancel && !*token && !m_view->store())
+                    m_view->setPreview(image);
+            },
+            Qt::QueuedConnection);
+    };
     m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), lathe,
-                                           language = m_model.language(), cancel = m_cancel] {
+                                           language = m_model.language(), cancel = m_cancel, preview,
+                                           style = ToolpathStyle::forAppearance(darkPalette()), deliver] {
         Result result{id, revision, lathe, {}, {}, {}};
         auto store = std::make_shared<ToolpathStore>();
         ToolpathOptions options;
         options.lathe = lathe;
-        result.summary = ToolpathInterpreter::interpret(text, options, language, store.get(),
-                                                        [&cancel] { return cancel->load(); });
+        std::optional<ToolpathPreview> drawer;
+        if (preview)
+            drawer.emplace(*preview, style, deliver, previewAfterMs, previewEveryMs);
+        result.summary = ToolpathInterpreter::interpret(text, options, language, store.get(), [&] {
+            if (drawer && !cancel->load())
+                drawer->check(*store);
+            return cancel->load();
+        });
         if (!result.summary.cancelled && !cancel->load()) {
             result.coarse = std::make_shared<const ToolpathStore>(
-                ToolpathCoarse::build(*store, ToolpathCoarse::toleranceFor(*store, coarsePixels)));
+                ToolpathCoarse::build(*store, ToolpathCoarse::toleranceFor(*store, coarsePixels, coarseVertices)));
             result.store = std::move(store);
         }
         return result;
@@ -312,6 +381,7 @@ void ToolpathPanel::retranslate()
     m_turning->setText(L10n::text("Turning", language));
     m_fit->setText(L10n::text("Fit", language));
     m_fit->setToolTip(L10n::text("Show the whole path (double-click)", language));
+    fitHeader();
     showSummary();
 }
 

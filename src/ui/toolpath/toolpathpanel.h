@@ -15,6 +15,7 @@ class AppModel;
 class EditorController;
 class QButtonGroup;
 class QCheckBox;
+class QHBoxLayout;
 class QLabel;
 class QListWidget;
 class QToolButton;
@@ -61,6 +62,7 @@ signals:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     struct Result {
@@ -77,6 +79,7 @@ private:
     void interpretationFinished();
     void showSummary();
     void retranslate();
+    void fitHeader();
     void applyAppearance();
     void followTransfer(const TransferState &state);
     bool latheChoice() const;
@@ -84,6 +87,9 @@ private:
     AppModel &m_model;
     EditorController &m_controller;
     QLabel *m_title;
+    QHBoxLayout *m_header;
+    QHBoxLayout *m_viewRow; // the view buttons when the header is too narrow for them
+    bool m_headerTwoRows = false;
     QButtonGroup *m_views;
     QCheckBox *m_turning;
     QToolButton *m_fit;

@@ -45,6 +45,7 @@ void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::sha
     const bool first = !m_store;
     m_store = std::move(store);
     m_coarse = std::move(coarse);
+    m_preview = QImage();
     m_brightTool = -1;
     m_pictureSentEnd = 0;
     if (m_store && (fitIt || first || m_fitted)) {
@@ -53,6 +54,12 @@ void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::sha
     }
     setCaretLine(m_caretLine);
     cameraChanged(0);
+}
+
+void ToolpathView::setPreview(const QImage &image)
+{
+    m_preview = image;
+    update();
 }
 
 void ToolpathView::setStyle(const ToolpathStyle &style)
@@ -196,8 +203,10 @@ void ToolpathView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.fillRect(rect(), m_style.background);
-    if (!m_store)
+    if (!m_store) {
+        painter.drawImage(0, 0, m_preview);
         return;
+    }
     if (!m_picture.isNull() && m_pictureCamera == m_camera) {
         painter.drawImage(0, 0, m_picture);
     } else if (!m_picture.isNull() && m_pictureCamera.sameRotation(m_camera) && m_drag != Drag::turn) {
@@ -216,6 +225,8 @@ void ToolpathView::paintEvent(QPaintEvent *)
         ToolpathRenderOptions options = renderOptions();
         options.sentEnd = 0;
         options.bands = 2;
+        // Aliased lines cost about half as much, and in motion the steps are not seen.
+        options.antialiased = false;
         ToolpathCamera camera = m_camera;
         camera.setViewport(size());
         ToolpathRenderer::render(*m_coarse, camera, m_style, options, m_coarsePicture);

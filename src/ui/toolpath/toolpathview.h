@@ -37,6 +37,10 @@ public:
     // when `fit` is set or nothing was shown before.
     void setStore(std::shared_ptr<const ToolpathStore> store, std::shared_ptr<const ToolpathStore> coarse, bool fit);
     const ToolpathStore *store() const { return m_store.get(); }
+    // A picture of the part of a program interpreted so far, shown while no
+    // store is; the next store replaces it.
+    void setPreview(const QImage &image);
+    bool showsPreview() const { return !m_store && !m_preview.isNull(); }
     void setStyle(const ToolpathStyle &style);
     void setView(ToolpathCamera::View view);
     ToolpathCamera::View view() const { return m_camera.view(); }
@@ -89,6 +93,7 @@ private:
     ToolpathCamera m_pictureCamera;
     std::uint32_t m_pictureSentEnd = 0;
     QImage m_coarsePicture; // while turning
+    QImage m_preview;
     QFutureWatcher<Picture> m_watcher;
     QTimer m_renderDelay;
     quint64 m_generation = 0;
