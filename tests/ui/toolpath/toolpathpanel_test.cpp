@@ -135,3 +135,4 @@ TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
 }
 
 } // namespace
+

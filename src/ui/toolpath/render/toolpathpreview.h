@@ -22,6 +22,7 @@ public:
 
     void check(const ToolpathStore &store);
     std::size_t drawnVertices() const { return m_drawn; }
+    const ToolpathCamera &camera() const { return m_camera; }
 
 private:
     bool leavesPicture(const ToolpathStore &store) const;
