@@ -18,7 +18,7 @@ class ToolpathStore;
 // only shows the last finished one, moved and scaled to the current camera
 // while a new one is drawn, so panning and zooming cost a blit. While the
 // camera turns, the coarse level is drawn instead and the full picture
-// follows once the pointer rests. The selected move and the transfer's
+// follows once the pointer rests; both are drawn off the main thread. The selected move and the transfer's
 // marker are drawn over the picture at paint time: the caret moving never
 // redraws the path.
 //
@@ -81,6 +81,7 @@ private:
     void cameraChanged(int delayMs);
     void startRender();
     void renderFinished();
+    void startCoarseRender();
     ToolpathRenderOptions renderOptions() const;
     std::uint32_t vertexOfLine(int line) const;
     void clickAt(QPointF pixel);
@@ -92,7 +93,11 @@ private:
     QImage m_picture;
     ToolpathCamera m_pictureCamera;
     std::uint32_t m_pictureSentEnd = 0;
-    QImage m_coarsePicture; // while turning
+    // While turning: the coarse level drawn on a worker for the newest camera
+    // it could take; the main thread only shows the last one finished.
+    QImage m_coarsePicture;
+    ToolpathCamera m_coarseCamera;
+    QFutureWatcher<Picture> m_coarseWatcher;
     QImage m_preview;
     QFutureWatcher<Picture> m_watcher;
     QTimer m_renderDelay;

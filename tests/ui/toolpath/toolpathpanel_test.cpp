@@ -17,6 +17,7 @@
 #include "transport/posixserialtransport.h"
 
 #include <QListWidget>
+#include <QSignalSpy>
 
 using namespace std::chrono_literals;
 
@@ -136,3 +137,35 @@ TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
 
 } // namespace
 
+
+// While a drag turns the camera the coarse level is shown (drawn off the main
+// thread), and the full picture for the new angle follows the release.
+TEST_F(ToolpathPanelTest, TurningShowsTheCoarseLevelThenTheFullPicture)
+{
+    makeModel();
+    ToolpathPanel &panel = openWithPanel();
+    ToolpathView &view = *panel.view();
+    const ToolpathCamera before = view.camera();
+    const QColor background = view.grab().toImage().pixelColor(1, 1);
+    const auto inked = [&] {
+        const QImage shown = view.grab().toImage();
+        for (int y = 0; y < shown.height(); y += 2)
+            for (int x = 0; x < shown.width(); x += 2)
+                if (shown.pixelColor(x, y) != background)
+                    return true;
+        return false;
+    };
+    const QPointF from(view.width() / 2.0, view.height() / 2.0);
+    QTest::mousePress(&view, Qt::LeftButton, {}, from.toPoint());
+    for (const QPointF to : {from + QPointF(10, 0), from + QPointF(60, 30)}) {
+        QMouseEvent move(QEvent::MouseMove, to, view.mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(&view, &move);
+    }
+    EXPECT_FALSE(view.camera() == before);
+    // Before the full picture's 150 ms pause has run out: only the coarse level can be there.
+    EXPECT_TRUE(QTest::qWaitFor(inked, 120)) << "nothing drawn while turning";
+    QTest::mouseRelease(&view, Qt::LeftButton, {}, (from + QPointF(60, 30)).toPoint());
+    QSignalSpy ready(&view, &ToolpathView::pictureReady);
+    EXPECT_TRUE(ready.wait(5000));
+    EXPECT_TRUE(inked());
+}
