@@ -8,6 +8,9 @@
 #include "toolpath/render/toolpathrenderer.h"
 
 #include "programgenerator.h"
+#ifdef VARN_BENCH_WIDGETS
+#include "toolpath/toolpathpanel.h"
+#endif
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
 
@@ -200,6 +203,17 @@ void ToolpathTransferStep(benchmark::State &state)
         sent = next >= path().store.size() ? 0 : next;
     }
 }
+
+#ifdef VARN_BENCH_WIDGETS
+// When a transfer starts, the payload's line starts are found on a worker
+// (the marker waits for them); this is how long that takes.
+void ToolpathTransferLineStarts(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ToolpathPanel::payloadLineStarts(program(), Machine::LineTerminator::crlf));
+}
+BENCHMARK(ToolpathTransferLineStarts)->Unit(benchmark::kMillisecond)->Iterations(2);
+#endif
 
 } // namespace
 

@@ -397,28 +397,52 @@ int ToolpathPanel::lineAtByte(const std::vector<qint64> &lineStarts, qint64 byte
     return int(std::upper_bound(lineStarts.begin(), lineStarts.end(), bytesSent) - lineStarts.begin());
 }
 
+std::vector<qint64> ToolpathPanel::payloadLineStarts(const QString &program, Machine::LineTerminator terminator)
+{
+    // The payload the controller sends: the program, with the machine's line ends.
+    const QByteArray payload = GCodeSender::preparePayload(program, terminator);
+    const QByteArray end = Machine::terminatorBytes(terminator);
+    std::vector<qint64> starts{0};
+    for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
+         at = payload.indexOf(end, at + end.size()))
+        starts.push_back(at + end.size());
+    return starts;
+}
+
 void ToolpathPanel::followTransfer(const TransferState &state)
 {
     if (!state.isActive()) {
+        ++m_transferGeneration;
         m_payloadLineStarts.clear();
         m_view->setTransferLine(0);
         return;
     }
+    m_transferBytes = {state.bytesSent, state.totalBytes};
     if (m_payloadLineStarts.empty()) {
-        // The payload the controller sends: the selected program, with the machine's line ends.
+        // Found on a worker: a long program's payload takes longer than a frame to build.
         const EditorDocument *doc = m_model.selectedDocument();
         const std::optional<Machine> machine = m_model.selectedMachine();
-        if (!doc || !machine || doc->id() != m_shownDocument)
+        if (m_findingLineStarts || !doc || !machine || doc->id() != m_shownDocument)
             return;
-        const QByteArray payload = GCodeSender::preparePayload(doc->text(), machine->lineTerminator);
-        const QByteArray end = Machine::terminatorBytes(machine->lineTerminator);
-        m_payloadLineStarts.push_back(0);
-        for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
-             at = payload.indexOf(end, at + end.size()))
-            m_payloadLineStarts.push_back(at + end.size());
+        m_findingLineStarts = true;
+        auto found = QtConcurrent::run(payloadLineStarts, doc->text(), machine->lineTerminator);
+        found.then(this, [this, generation = m_transferGeneration](std::vector<qint64> starts) {
+            m_findingLineStarts = false;
+            if (generation != m_transferGeneration)
+                return;
+            m_payloadLineStarts = std::move(starts);
+            showTransferLine();
+        });
+        return;
     }
-    if (state.totalBytes > 0 && state.bytesSent >= state.totalBytes)
+    showTransferLine();
+}
+
+void ToolpathPanel::showTransferLine()
+{
+    const auto [sent, total] = m_transferBytes;
+    if (total > 0 && sent >= total)
         m_view->setTransferLine(int(m_payloadLineStarts.size()) + 1);
     else
-        m_view->setTransferLine(lineAtByte(m_payloadLineStarts, state.bytesSent));
+        m_view->setTransferLine(lineAtByte(m_payloadLineStarts, sent));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "machines/machine.h"
 #include "toolpath/toolpathsummary.h"
 
 #include <QFrame>
@@ -54,6 +55,8 @@ public:
 
     // The line being received in the running transfer (0: none).
     static int lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent);
+    // Where each line starts in the payload sent for `program`.
+    static std::vector<qint64> payloadLineStarts(const QString &program, Machine::LineTerminator terminator);
 
 signals:
     // A result was applied to the view (tests, captures).
@@ -82,6 +85,7 @@ private:
     void fitHeader();
     void applyAppearance();
     void followTransfer(const TransferState &state);
+    void showTransferLine();
     bool latheChoice() const;
 
     AppModel &m_model;
@@ -109,4 +113,7 @@ private:
     QHash<QUuid, bool> m_latheByDocument; // the user's choice, else the program's look
 
     std::vector<qint64> m_payloadLineStarts; // of the transfer being followed
+    std::pair<qint64, qint64> m_transferBytes;  // sent, total
+    bool m_findingLineStarts = false;
+    quint64 m_transferGeneration = 0; // a transfer that ended drops the line starts found for it
 };
