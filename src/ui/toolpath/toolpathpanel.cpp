@@ -251,7 +251,7 @@ void ToolpathPanel::interpret()
     showSummary();
     // With nothing on screen yet, a long program shows its beginning while the rest is read.
     std::optional<ToolpathCamera> preview;
-    if (!m_view->store() && m_view->isVisible()) {
+    if (!m_view->showsPath() && m_view->isVisible()) {
         preview.emplace();
         preview->setView(lathe ? ToolpathCamera::View::turning : viewChoices[std::max(0, m_views->checkedId())].view);
         preview->setViewport(m_view->size());
@@ -260,7 +260,7 @@ void ToolpathPanel::interpret()
         QMetaObject::invokeMethod(
             this,
             [this, token, image] {
-                if (token == m_cancel && !*token && !m_view->store())
+                if (token == m_cancel && !*token && !m_view->showsPath())
                     m_view->setPreview(image);
             },
             Qt::QueuedConnection);

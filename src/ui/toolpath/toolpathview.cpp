@@ -52,9 +52,13 @@ void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::sha
                             bool fitIt)
 {
     const bool first = !m_store;
+    // Another program's picture (or an empty one's) is never shown moved and scaled under this one.
+    if (!showsPath() || fitIt)
+        m_picture = QImage();
+    if (!store)
+        m_preview = QImage();
     m_store = std::move(store);
     m_coarse = std::move(coarse);
-    m_preview = QImage();
     m_coarsePicture = QImage();
     m_brightTool = -1;
     m_pictureSentEnd = 0;
@@ -219,6 +223,7 @@ void ToolpathView::renderFinished()
     if (picture.generation == latestRender.load() && !m_rerender) {
         m_picture = picture.image;
         m_pictureCamera = picture.camera;
+        m_preview = QImage();
         m_pictureSentEnd = renderOptions().sentEnd;
         update();
         emit pictureReady();
@@ -231,10 +236,12 @@ void ToolpathView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.fillRect(rect(), m_style.background);
-    if (!m_store) {
+    if (showsPreview()) {
         painter.drawImage(0, 0, m_preview);
         return;
     }
+    if (!m_store)
+        return;
     if (!m_picture.isNull() && m_pictureCamera == m_camera) {
         painter.drawImage(0, 0, m_picture);
     } else if (!m_picture.isNull() && m_pictureCamera.sameRotation(m_camera) && m_drag != Drag::turn) {

@@ -3,6 +3,8 @@
 #include "toolpath/render/toolpathcamera.h"
 #include "toolpath/render/toolpathrenderer.h"
 
+#include "toolpath/toolpathstore.h"
+
 #include <QFutureWatcher>
 #include <QImage>
 #include <QTimer>
@@ -10,7 +12,6 @@
 
 #include <memory>
 
-class ToolpathStore;
 
 // The picture of a path on screen, and the pointer's ways of looking at it.
 //
@@ -38,9 +39,11 @@ public:
     void setStore(std::shared_ptr<const ToolpathStore> store, std::shared_ptr<const ToolpathStore> coarse, bool fit);
     const ToolpathStore *store() const { return m_store.get(); }
     // A picture of the part of a program interpreted so far, shown while no
-    // store is; the next store replaces it.
+    // path is (an empty program's store has one vertex) and until the first
+    // picture of the next store is ready.
     void setPreview(const QImage &image);
-    bool showsPreview() const { return !m_store && !m_preview.isNull(); }
+    bool showsPath() const { return m_store && m_store->size() > 1; }
+    bool showsPreview() const { return !m_preview.isNull() && (!showsPath() || m_picture.isNull()); }
     void setStyle(const ToolpathStyle &style);
     void setView(ToolpathCamera::View view);
     ToolpathCamera::View view() const { return m_camera.view(); }

@@ -124,6 +124,9 @@ TEST_F(ToolpathPanelTest, ATransferToAPtyMachineMovesTheMarkerBlockByBlock)
     EXPECT_EQ(model->transfer().state().status, TransferState::Status::success);
     EXPECT_EQ(panel.view()->transferLine(), 0); // the marker goes with the transfer
 
+    // The marker waits for the payload's line starts, found on a worker: the first steps may have none.
+    while (!steps.isEmpty() && steps.front().second == 0)
+        steps.removeFirst();
     ASSERT_GE(steps.size(), 3);
     const QByteArray &payload = options.expected;
     const QByteArray end = Machine::terminatorBytes(model->selectedMachine()->lineTerminator);
