@@ -204,8 +204,10 @@ void ToolpathView::startCoarseRender()
         return;
     ToolpathRenderOptions options = renderOptions();
     options.sentEnd = 0;
-    // Aliased lines cost about half as much, and in motion the steps are not seen.
+    // Aliased lines cost about half as much, and in motion the steps are not seen. One band:
+    // the other core stays free for the main thread, and frames come at an even pace.
     options.antialiased = false;
+    options.bands = 1;
     ToolpathCamera camera = m_camera;
     camera.setViewport(size());
     m_coarseWatcher.setFuture(QtConcurrent::run([coarse = m_coarse, camera, style = m_style, options,
