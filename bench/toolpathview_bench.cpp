@@ -13,6 +13,7 @@
 #endif
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
+#include "toolpath/toolpathturning.h"
 
 #include <QElapsedTimer>
 #include <QPainter>
@@ -204,11 +205,21 @@ void ToolpathTransferStep(benchmark::State &state)
     }
 }
 
+// On the main thread before and after each interpretation: whether the program looks like turning.
+void ToolpathLatheGuess(benchmark::State &state)
+{
+    program(); // generated once, outside the timing
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ToolpathTurning::looksLikeTurning(program()));
+}
+BENCHMARK(ToolpathLatheGuess)->Unit(benchmark::kMillisecond);
+
 #ifdef VARN_BENCH_WIDGETS
 // When a transfer starts, the payload's line starts are found on a worker
 // (the marker waits for them); this is how long that takes.
 void ToolpathTransferLineStarts(benchmark::State &state)
 {
+    program();
     for (auto _ : state)
         benchmark::DoNotOptimize(ToolpathPanel::payloadLineStarts(program(), Machine::LineTerminator::crlf));
 }

@@ -186,13 +186,13 @@ void ToolpathPanel::showEvent(QShowEvent *event)
     watchSelectedDocument();
 }
 
-bool ToolpathPanel::latheChoice() const
+std::optional<bool> ToolpathPanel::latheChoice() const
 {
     const EditorDocument *doc = m_model.selectedDocument();
     if (!doc)
-        return false;
+        return std::nullopt;
     const auto chosen = m_latheByDocument.constFind(doc->id());
-    return chosen != m_latheByDocument.cend() ? *chosen : ToolpathTurning::looksLikeTurning(doc->text());
+    return chosen != m_latheByDocument.cend() ? std::optional<bool>(*chosen) : std::nullopt;
 }
 
 void ToolpathPanel::watchSelectedDocument()
@@ -244,8 +244,11 @@ void ToolpathPanel::interpret()
         // The run under way stops at its next check; its end starts this one.
         return;
     }
-    const bool lathe = latheChoice();
-    m_turning->setChecked(lathe);
+    // Without the user's choice the program's look decides, on the worker: on a long
+    // program the guess takes longer than the main thread may stop.
+    const std::optional<bool> chosen = latheChoice();
+    if (chosen)
+        m_turning->setChecked(*chosen);
     m_cancel = std::make_shared<std::atomic<bool>>(false);
     m_running = true;
     showSummary();
@@ -253,7 +256,7 @@ void ToolpathPanel::interpret()
     std::optional<ToolpathCamera> preview;
     if (!m_view->showsPath() && m_view->isVisible()) {
         preview.emplace();
-        preview->setView(lathe ? ToolpathCamera::View::turning : viewChoices[std::max(0, m_views->checkedId())].view);
+        preview->setView(viewChoices[std::max(0, m_views->checkedId())].view);
         preview->setViewport(m_view->size());
     }
     auto deliver = [this, token = m_cancel](QImage image) {
@@ -265,10 +268,13 @@ void ToolpathPanel::interpret()
             },
             Qt::QueuedConnection);
     };
-    m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), lathe,
+    m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), chosen,
                                            language = m_model.language(), cancel = m_cancel, preview,
-                                           style = ToolpathStyle::forAppearance(darkPalette()), deliver] {
-        Result result{id, revision, lathe, {}, {}, {}};
+                                           style = ToolpathStyle::forAppearance(darkPalette()), deliver]() mutable {
+        const bool lathe = chosen ? *chosen : ToolpathTurning::looksLikeTurning(text);
+        Result result{id, revision, chosen, lathe, {}, {}, {}};
+        if (preview && lathe)
+            preview->setView(ToolpathCamera::View::turning);
         auto store = std::make_shared<ToolpathStore>();
         ToolpathOptions options;
         options.lathe = lathe;
@@ -295,12 +301,13 @@ void ToolpathPanel::interpretationFinished()
     const Result result = m_watcher.result();
     const EditorDocument *doc = m_model.selectedDocument();
     const bool current = doc && result.store && doc->id() == result.document && doc->revision() == result.revision &&
-                         result.lathe == latheChoice();
+                         result.chosen == latheChoice();
     if (!current) {
         if (doc && isVisible() && !m_delay.isActive())
             interpret();
         return;
     }
+    m_turning->setChecked(result.lathe);
     const bool fit = result.document != m_shownDocument || result.lathe != m_shownLathe;
     m_shownDocument = result.document;
     m_shownLathe = result.lathe;

@@ -71,6 +71,7 @@ private:
     struct Result {
         QUuid document;
         qint64 revision = 0;
+        std::optional<bool> chosen; // the user's milling/turning choice it was made with
         bool lathe = false;
         ToolpathSummary summary;
         std::shared_ptr<const ToolpathStore> store;
@@ -86,7 +87,7 @@ private:
     void applyAppearance();
     void followTransfer(const TransferState &state);
     void showTransferLine();
-    bool latheChoice() const;
+    std::optional<bool> latheChoice() const; // the user's, if any
 
     AppModel &m_model;
     EditorController &m_controller;

@@ -76,6 +76,7 @@ TEST(ToolpathRenderer, PicturesMatchTheReferences)
         {"mill-iso-dark", false, ToolpathCamera::View::iso, true},
         {"lathe-turning-light", true, ToolpathCamera::View::turning, false},
         {"lathe-turning-dark", true, ToolpathCamera::View::turning, true},
+        {"lathe-top-light", true, ToolpathCamera::View::top, false}, // a flat path: one line
     };
     const QString folder = QStringLiteral(VARN_SOURCE_DIR "/tests/data/toolpath/");
     for (const Case &c : cases) {

@@ -196,7 +196,9 @@ QRectF chunkRect(const ToolpathStore &store, const ToolpathCamera::Projection &p
     const std::size_t first = chunk * ToolpathStore::chunkSize;
     if (first > 0)
         take(p.map(store.xs()[first - 1], store.ys()[first - 1], store.zs()[first - 1]));
-    return QRectF(QPointF(minX, minY), QPointF(maxX, maxY));
+    // Widened by a pixel: a flat chunk (a lathe path seen from the top) has an empty
+    // rectangle, and an empty rectangle intersects nothing.
+    return QRectF(QPointF(minX - 1, minY - 1), QPointF(maxX + 1, maxY + 1));
 }
 
 void drawAxes(QPainter &painter, const ToolpathStore &store, const ToolpathCamera::Projection &p, const QColor &colour)
