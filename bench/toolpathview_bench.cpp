@@ -25,7 +25,7 @@ namespace {
 
 const QSize viewport(1180, 740);
 // As the panel builds it.
-constexpr std::size_t coarseVertices = 50000;
+constexpr std::size_t coarseVertices = 30000;
 
 qint64 programBytes()
 {
@@ -122,8 +122,11 @@ void ToolpathTurnFrame(benchmark::State &state)
     ToolpathRenderOptions options;
     options.antialiased = state.range(0) != 0;
     options.bands = int(state.range(1));
+    int frame = 0;
     for (auto _ : state) {
-        c.rotateBy(3, 1);
+        // Back and forth over the same angles, so every variant draws the same frames.
+        const double step = frame++ % 40 < 20 ? 3 : -3;
+        c.rotateBy(step, step / 3);
         ToolpathRenderer::render(path().coarse, c, ToolpathStyle::forAppearance(true), options, image);
     }
     state.counters["coarse_vertices"] = double(path().coarse.size());

@@ -44,7 +44,7 @@ constexpr ViewChoice viewChoices[] = {{VARN_TR_KEY("Top"), ToolpathCamera::View:
 // The coarse level is sized for a picture of the whole path about this wide,
 // and kept small enough to draw a frame while turning in well under 33 ms.
 constexpr double coarsePixels = 1200;
-constexpr std::size_t coarseVertices = 50000;
+constexpr std::size_t coarseVertices = 30000;
 
 // A long program shows what is interpreted so far after this long, then every so often.
 constexpr qint64 previewAfterMs = 350;
