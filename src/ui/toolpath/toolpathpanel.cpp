@@ -118,6 +118,9 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     m_warnings = new QListWidget(this);
     m_warnings->setMaximumHeight(96);
     m_warnings->setFrameShape(QFrame::NoFrame);
+    // A warning wraps rather than hide its end behind a sideways scroll in a narrow panel.
+    m_warnings->setWordWrap(true);
+    m_warnings->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_warnings->hide();
     column->addWidget(m_warnings);
 
