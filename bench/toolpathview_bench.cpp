@@ -4,12 +4,18 @@
 // click → line and one transfer progress step.
 #include "toolpath/render/toolpathcoarse.h"
 #include "toolpath/render/toolpathpicker.h"
+#include "toolpath/render/toolpathpreview.h"
 #include "toolpath/render/toolpathrenderer.h"
 
 #include "programgenerator.h"
+#ifdef VARN_BENCH_WIDGETS
+#include "toolpath/toolpathpanel.h"
+#endif
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
+#include "toolpath/toolpathturning.h"
 
+#include <QElapsedTimer>
 #include <QPainter>
 #include <benchmark/benchmark.h>
 
@@ -18,6 +24,8 @@
 namespace {
 
 const QSize viewport(1180, 740);
+// As the panel builds it.
+constexpr std::size_t coarseVertices = 30000;
 
 qint64 programBytes()
 {
@@ -44,7 +52,7 @@ const Path &path()
         const ToolpathSummary summary =
             ToolpathInterpreter::interpret(program(), {}, AppLanguage::english, &p->store);
         p->lines = summary.endLine;
-        p->coarse = ToolpathCoarse::build(p->store, ToolpathCoarse::toleranceFor(p->store, 1200));
+        p->coarse = ToolpathCoarse::build(p->store, ToolpathCoarse::toleranceFor(p->store, 1200, coarseVertices));
         return p;
     }();
     return *made;
@@ -59,22 +67,39 @@ ToolpathCamera camera(ToolpathCamera::View view = ToolpathCamera::View::iso)
     return c;
 }
 
-// From the text on screen to a picture: interpretation, coarse level, coarse picture.
-void ToolpathFirstPicture(benchmark::State &state)
+// What the panel does from a program shown to its pictures: interpretation on
+// one worker that draws a preview of the part read so far (after 350 ms, then
+// every 500 ms), then the coarse level, then the full picture in two bands.
+// "partial_s" is when the first preview was ready, the time the full picture.
+void ToolpathShownToPicture(benchmark::State &state)
 {
     const QString &text = program();
+    double partial = 0;
     for (auto _ : state) {
-        ToolpathStore store;
-        ToolpathInterpreter::interpret(text, {}, AppLanguage::english, &store);
-        const ToolpathStore coarse = ToolpathCoarse::build(store, ToolpathCoarse::toleranceFor(store, 1200));
+        QElapsedTimer clock;
+        clock.start();
         ToolpathCamera c;
         c.setView(ToolpathCamera::View::iso);
         c.setViewport(viewport);
-        c.fit(coarse);
+        ToolpathStore store;
+        double first = 0;
+        ToolpathPreview preview(c, ToolpathStyle::forAppearance(true),
+                                [&](const QImage &) { first = first > 0 ? first : clock.nsecsElapsed() / 1e9; },
+                                350, 500);
+        ToolpathInterpreter::interpret(text, {}, AppLanguage::english, &store, [&] {
+            preview.check(store);
+            return false;
+        });
+        const ToolpathStore coarse =
+            ToolpathCoarse::build(store, ToolpathCoarse::toleranceFor(store, 1200, coarseVertices));
+        c.fit(store);
         QImage image;
-        ToolpathRenderer::render(coarse, c, ToolpathStyle::forAppearance(true), {}, image);
+        ToolpathRenderer::render(store, c, ToolpathStyle::forAppearance(true), {}, image);
         benchmark::DoNotOptimize(image);
+        benchmark::DoNotOptimize(coarse);
+        partial += first;
     }
+    state.counters["partial_s"] = partial / double(state.iterations());
 }
 
 // The full-quality picture of a finished store, two bands (both cores).
@@ -89,14 +114,20 @@ void ToolpathFullPicture(benchmark::State &state)
     state.counters["vertices"] = double(path().store.size());
 }
 
-// A frame while turning: the coarse level.
+// A frame while turning: the coarse level (antialiased or not, bands).
 void ToolpathTurnFrame(benchmark::State &state)
 {
     ToolpathCamera c = camera();
     QImage image;
+    ToolpathRenderOptions options;
+    options.antialiased = state.range(0) != 0;
+    options.bands = int(state.range(1));
+    int frame = 0;
     for (auto _ : state) {
-        c.rotateBy(3, 1);
-        ToolpathRenderer::render(path().coarse, c, ToolpathStyle::forAppearance(true), {}, image);
+        // Back and forth over the same angles, so every variant draws the same frames.
+        const double step = frame++ % 40 < 20 ? 3 : -3;
+        c.rotateBy(step, step / 3);
+        ToolpathRenderer::render(path().coarse, c, ToolpathStyle::forAppearance(true), options, image);
     }
     state.counters["coarse_vertices"] = double(path().coarse.size());
 }
@@ -124,6 +155,9 @@ void ToolpathMemory(benchmark::State &state)
     for (auto _ : state)
         benchmark::DoNotOptimize(store.bytesUsed());
     state.counters["bytes_per_vertex"] = double(store.bytesUsed()) / double(store.size());
+    // The panel holds the coarse level too: counted against the full store's vertices.
+    state.counters["with_coarse_per_vertex"] =
+        double(store.bytesUsed() + path().coarse.bytesUsed()) / double(store.size());
     state.counters["store_MB"] = double(store.bytesUsed()) / 1e6;
     state.counters["lines"] = double(path().lines);
 }
@@ -174,12 +208,33 @@ void ToolpathTransferStep(benchmark::State &state)
     }
 }
 
+// On the main thread before and after each interpretation: whether the program looks like turning.
+void ToolpathLatheGuess(benchmark::State &state)
+{
+    program(); // generated once, outside the timing
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ToolpathTurning::looksLikeTurning(program()));
+}
+BENCHMARK(ToolpathLatheGuess)->Unit(benchmark::kMillisecond);
+
+#ifdef VARN_BENCH_WIDGETS
+// When a transfer starts, the payload's line starts are found on a worker
+// (the marker waits for them); this is how long that takes.
+void ToolpathTransferLineStarts(benchmark::State &state)
+{
+    program();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(ToolpathPanel::payloadLineStarts(program(), Machine::LineTerminator::crlf));
+}
+BENCHMARK(ToolpathTransferLineStarts)->Unit(benchmark::kMillisecond)->Iterations(2);
+#endif
+
 } // namespace
 
 BENCHMARK(ToolpathMemory)->Iterations(1);
-BENCHMARK(ToolpathFirstPicture)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(ToolpathShownToPicture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(2);
 BENCHMARK(ToolpathFullPicture)->Unit(benchmark::kMillisecond)->Arg(1)->Arg(2)->Iterations(3);
-BENCHMARK(ToolpathTurnFrame)->Unit(benchmark::kMillisecond);
+BENCHMARK(ToolpathTurnFrame)->Unit(benchmark::kMillisecond)->ArgsProduct({{0, 1}, {1, 2}});
 BENCHMARK(ToolpathPanZoomFrame)->Unit(benchmark::kMillisecond);
 BENCHMARK(ToolpathCaretHighlight)->Unit(benchmark::kMillisecond);
 BENCHMARK(ToolpathClick)->Unit(benchmark::kMillisecond);

@@ -5,6 +5,7 @@
 
 #include "panels/filesidebar.h"
 #include "panels/sendpanel.h"
+#include "toolpath/toolpathpanel.h"
 #include "window/actionbar.h"
 
 #include <QAbstractButton>
@@ -25,7 +26,8 @@ QString cutText(const QWidget *widget)
             return text;
         }
         if (label->wordWrap()) {
-            return label->heightForWidth(room) > label->contentsRect().height() ? text : QString();
+            // heightForWidth takes and gives the whole label, margins included.
+            return label->heightForWidth(label->width()) > label->height() ? text : QString();
         }
         room -= 2 * label->margin() + std::max(label->indent(), 0);
     } else if (const auto *button = qobject_cast<const QAbstractButton *>(widget)) {
@@ -75,4 +77,25 @@ TEST_F(UiTest, EverySpanishTextFitsAtEachCaptureWidth)
     bar.resize(740, bar.sizeHint().height());
     QCoreApplication::processEvents();
     EXPECT_EQ(cutTexts(&bar).join("; ").toStdString(), "") << "compact bar";
+}
+
+// The Toolpath panel takes its room from the editor: its header and legend fit too, in both languages.
+TEST_F(UiTest, ToolpathPanelTextsFitAtEachCaptureWidth)
+{
+    makeModel();
+    window = std::make_unique<MainWindow>(*model);
+    window->setSidebar(new FileSidebar(*model, window.get()));
+    window->setSendPanel(new SendPanel(*model, window.get()));
+    window->setToolpathVisible(true);
+    window->show();
+    QCoreApplication::processEvents(); // the legend's height follows its width a pass later
+    for (const AppLanguage language : {AppLanguage::english, AppLanguage::spanish}) {
+        model->setLanguage(language);
+        for (const int width : {1180, 1050, 900}) {
+            window->resize(width, 740);
+            QCoreApplication::processEvents();
+            QCoreApplication::processEvents();
+            EXPECT_EQ(cutTexts(window->toolpathPanel()).join("; ").toStdString(), "") << "window " << width;
+        }
+    }
 }

@@ -3,6 +3,7 @@
 #include "toolpathview.h"
 
 #include "toolpath/render/toolpathcoarse.h"
+#include "toolpath/render/toolpathpreview.h"
 
 #include "editor/editorcontroller.h"
 #include "editor/gcodeeditor.h"
@@ -40,8 +41,14 @@ constexpr ViewChoice viewChoices[] = {{VARN_TR_KEY("Top"), ToolpathCamera::View:
                                       {VARN_TR_KEY("Side"), ToolpathCamera::View::side},
                                       {VARN_TR_KEY("Iso"), ToolpathCamera::View::iso}};
 
-// The coarse level is sized for a picture of the whole path about this wide.
+// The coarse level is sized for a picture of the whole path about this wide,
+// and kept small enough to draw a frame while turning in well under 33 ms.
 constexpr double coarsePixels = 1200;
+constexpr std::size_t coarseVertices = 30000;
+
+// A long program shows what is interpreted so far after this long, then every so often.
+constexpr qint64 previewAfterMs = 350;
+constexpr qint64 previewEveryMs = 500;
 
 bool darkPalette()
 {
@@ -68,10 +75,16 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
 
+    // The header is one row when it fits; in a narrow panel the view buttons
+    // take a second row, so no label is ever cut (see fitHeader).
     auto *header = new QHBoxLayout;
     header->setContentsMargins(8, 4, 8, 4);
     m_title = new QLabel(this);
-    m_title->setStyleSheet(QStringLiteral("font-weight: bold;"));
+    // Bold through the font: a style sheet would pin the label to the palette of the moment,
+    // and a later change of appearance would leave it dark on dark.
+    QFont bold = m_title->font();
+    bold.setBold(true);
+    m_title->setFont(bold);
     header->addWidget(m_title);
     header->addStretch(1);
     m_views = new QButtonGroup(this);
@@ -88,7 +101,12 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     m_fit = new QToolButton(this);
     m_fit->setAutoRaise(true);
     header->addWidget(m_fit);
+    m_header = header;
     column->addLayout(header);
+    m_viewRow = new QHBoxLayout;
+    m_viewRow->setContentsMargins(8, 0, 8, 0);
+    m_viewRow->addStretch(1);
+    column->addLayout(m_viewRow);
 
     m_view = new ToolpathView(this);
     column->addWidget(m_view, 1);
@@ -100,6 +118,9 @@ ToolpathPanel::ToolpathPanel(AppModel &model, EditorController &controller, QWid
     m_warnings = new QListWidget(this);
     m_warnings->setMaximumHeight(96);
     m_warnings->setFrameShape(QFrame::NoFrame);
+    // A warning wraps rather than hide its end behind a sideways scroll in a narrow panel.
+    m_warnings->setWordWrap(true);
+    m_warnings->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_warnings->hide();
     column->addWidget(m_warnings);
 
@@ -133,6 +154,34 @@ ToolpathPanel::~ToolpathPanel()
     m_watcher.waitForFinished();
 }
 
+void ToolpathPanel::resizeEvent(QResizeEvent *event)
+{
+    QFrame::resizeEvent(event);
+    fitHeader();
+}
+
+void ToolpathPanel::fitHeader()
+{
+    const QList<QAbstractButton *> buttons = m_views->buttons();
+    const int spacing = std::max(0, m_header->spacing());
+    const QMargins margins = m_header->contentsMargins();
+    int needed = margins.left() + margins.right() + m_title->sizeHint().width() + m_turning->sizeHint().width() +
+                 m_fit->sizeHint().width() + 16 + spacing * int(3 + buttons.size());
+    for (QAbstractButton *button : buttons)
+        needed += button->sizeHint().width();
+    const bool twoRows = needed > width();
+    if (twoRows == m_headerTwoRows)
+        return;
+    m_headerTwoRows = twoRows;
+    for (int i = 0; i < int(buttons.size()); ++i) {
+        // One row: after the title and its stretch. Two rows: a row of their own, left-aligned.
+        if (twoRows)
+            m_viewRow->insertWidget(i, buttons[i]);
+        else
+            m_header->insertWidget(2 + i, buttons[i]);
+    }
+}
+
 void ToolpathPanel::showEvent(QShowEvent *event)
 {
     QFrame::showEvent(event);
@@ -140,13 +189,13 @@ void ToolpathPanel::showEvent(QShowEvent *event)
     watchSelectedDocument();
 }
 
-bool ToolpathPanel::latheChoice() const
+std::optional<bool> ToolpathPanel::latheChoice() const
 {
     const EditorDocument *doc = m_model.selectedDocument();
     if (!doc)
-        return false;
+        return std::nullopt;
     const auto chosen = m_latheByDocument.constFind(doc->id());
-    return chosen != m_latheByDocument.cend() ? *chosen : ToolpathTurning::looksLikeTurning(doc->text());
+    return chosen != m_latheByDocument.cend() ? std::optional<bool>(*chosen) : std::nullopt;
 }
 
 void ToolpathPanel::watchSelectedDocument()
@@ -198,22 +247,51 @@ void ToolpathPanel::interpret()
         // The run under way stops at its next check; its end starts this one.
         return;
     }
-    const bool lathe = latheChoice();
-    m_turning->setChecked(lathe);
+    // Without the user's choice the program's look decides, on the worker: on a long
+    // program the guess takes longer than the main thread may stop.
+    const std::optional<bool> chosen = latheChoice();
+    if (chosen)
+        m_turning->setChecked(*chosen);
     m_cancel = std::make_shared<std::atomic<bool>>(false);
     m_running = true;
     showSummary();
-    m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), lathe,
-                                           language = m_model.language(), cancel = m_cancel] {
-        Result result{id, revision, lathe, {}, {}, {}};
+    // With nothing on screen yet, a long program shows its beginning while the rest is read.
+    std::optional<ToolpathCamera> preview;
+    if (!m_view->showsPath() && m_view->isVisible()) {
+        preview.emplace();
+        preview->setView(viewChoices[std::max(0, m_views->checkedId())].view);
+        preview->setViewport(m_view->size());
+    }
+    auto deliver = [this, token = m_cancel](QImage image) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, token, image] {
+                if (token == m_cancel && !*token && !m_view->showsPath())
+                    m_view->setPreview(image);
+            },
+            Qt::QueuedConnection);
+    };
+    m_watcher.setFuture(QtConcurrent::run([text = doc->text(), id = doc->id(), revision = doc->revision(), chosen,
+                                           language = m_model.language(), cancel = m_cancel, preview,
+                                           style = ToolpathStyle::forAppearance(darkPalette()), deliver]() mutable {
+        const bool lathe = chosen ? *chosen : ToolpathTurning::looksLikeTurning(text);
+        Result result{id, revision, chosen, lathe, {}, {}, {}};
+        if (preview && lathe)
+            preview->setView(ToolpathCamera::View::turning);
         auto store = std::make_shared<ToolpathStore>();
         ToolpathOptions options;
         options.lathe = lathe;
-        result.summary = ToolpathInterpreter::interpret(text, options, language, store.get(),
-                                                        [&cancel] { return cancel->load(); });
+        std::optional<ToolpathPreview> drawer;
+        if (preview)
+            drawer.emplace(*preview, style, deliver, previewAfterMs, previewEveryMs);
+        result.summary = ToolpathInterpreter::interpret(text, options, language, store.get(), [&] {
+            if (drawer && !cancel->load())
+                drawer->check(*store);
+            return cancel->load();
+        });
         if (!result.summary.cancelled && !cancel->load()) {
             result.coarse = std::make_shared<const ToolpathStore>(
-                ToolpathCoarse::build(*store, ToolpathCoarse::toleranceFor(*store, coarsePixels)));
+                ToolpathCoarse::build(*store, ToolpathCoarse::toleranceFor(*store, coarsePixels, coarseVertices)));
             result.store = std::move(store);
         }
         return result;
@@ -226,12 +304,13 @@ void ToolpathPanel::interpretationFinished()
     const Result result = m_watcher.result();
     const EditorDocument *doc = m_model.selectedDocument();
     const bool current = doc && result.store && doc->id() == result.document && doc->revision() == result.revision &&
-                         result.lathe == latheChoice();
+                         result.chosen == latheChoice();
     if (!current) {
         if (doc && isVisible() && !m_delay.isActive())
             interpret();
         return;
     }
+    m_turning->setChecked(result.lathe);
     const bool fit = result.document != m_shownDocument || result.lathe != m_shownLathe;
     m_shownDocument = result.document;
     m_shownLathe = result.lathe;
@@ -312,6 +391,7 @@ void ToolpathPanel::retranslate()
     m_turning->setText(L10n::text("Turning", language));
     m_fit->setText(L10n::text("Fit", language));
     m_fit->setToolTip(L10n::text("Show the whole path (double-click)", language));
+    fitHeader();
     showSummary();
 }
 
@@ -327,9 +407,22 @@ int ToolpathPanel::lineAtByte(const std::vector<qint64> &lineStarts, qint64 byte
     return int(std::upper_bound(lineStarts.begin(), lineStarts.end(), bytesSent) - lineStarts.begin());
 }
 
+std::vector<qint64> ToolpathPanel::payloadLineStarts(const QString &program, Machine::LineTerminator terminator)
+{
+    // The payload the controller sends: the program, with the machine's line ends.
+    const QByteArray payload = GCodeSender::preparePayload(program, terminator);
+    const QByteArray end = Machine::terminatorBytes(terminator);
+    std::vector<qint64> starts{0};
+    for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
+         at = payload.indexOf(end, at + end.size()))
+        starts.push_back(at + end.size());
+    return starts;
+}
+
 void ToolpathPanel::followTransfer(const TransferState &state)
 {
     if (!state.isActive()) {
+        ++m_transferGeneration;
         m_payloadLineStarts.clear();
         m_view->setTransferLine(0);
         return;
@@ -337,21 +430,33 @@ void ToolpathPanel::followTransfer(const TransferState &state)
     const AppModel::SentProgram &sent = m_model.sentProgram();
     if (sent.documentId != m_shownDocument)
         return;
+    m_transferBytes = {state.bytesSent, state.totalBytes};
     if (m_payloadLineStarts.empty()) {
-        // The payload the controller sends: the sent text (the program, or
-        // its restart), with the machine's line ends.
+        // Found on a worker: a long program's payload takes longer than a frame to build.
+        // The sent text is the program, or its restart.
         const std::optional<Machine> machine = m_model.selectedMachine();
-        if (!machine)
+        if (m_findingLineStarts || !machine)
             return;
-        const QByteArray payload = GCodeSender::preparePayload(sent.text, machine->lineTerminator);
-        const QByteArray end = Machine::terminatorBytes(machine->lineTerminator);
-        m_payloadLineStarts.push_back(0);
-        for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
-             at = payload.indexOf(end, at + end.size()))
-            m_payloadLineStarts.push_back(at + end.size());
+        m_findingLineStarts = true;
+        auto found = QtConcurrent::run(payloadLineStarts, sent.text, machine->lineTerminator);
+        found.then(this, [this, generation = m_transferGeneration](std::vector<qint64> starts) {
+            m_findingLineStarts = false;
+            if (generation != m_transferGeneration)
+                return;
+            m_payloadLineStarts = std::move(starts);
+            showTransferLine();
+        });
+        return;
     }
-    if (state.totalBytes > 0 && state.bytesSent >= state.totalBytes)
-        m_view->setTransferLine(sent.documentLine(int(m_payloadLineStarts.size()) + 1));
+    showTransferLine();
+}
+
+void ToolpathPanel::showTransferLine()
+{
+    const AppModel::SentProgram &sentProgram = m_model.sentProgram();
+    const auto [sent, total] = m_transferBytes;
+    if (total > 0 && sent >= total)
+        m_view->setTransferLine(sentProgram.documentLine(int(m_payloadLineStarts.size()) + 1));
     else
-        m_view->setTransferLine(sent.documentLine(lineAtByte(m_payloadLineStarts, state.bytesSent)));
+        m_view->setTransferLine(sentProgram.documentLine(lineAtByte(m_payloadLineStarts, sent)));
 }

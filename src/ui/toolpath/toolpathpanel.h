@@ -1,5 +1,6 @@
 #pragma once
 
+#include "machines/machine.h"
 #include "toolpath/toolpathsummary.h"
 
 #include <QFrame>
@@ -15,6 +16,7 @@ class AppModel;
 class EditorController;
 class QButtonGroup;
 class QCheckBox;
+class QHBoxLayout;
 class QLabel;
 class QListWidget;
 class QToolButton;
@@ -53,6 +55,8 @@ public:
 
     // The line being received in the running transfer (0: none).
     static int lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent);
+    // Where each line starts in the payload sent for `program`.
+    static std::vector<qint64> payloadLineStarts(const QString &program, Machine::LineTerminator terminator);
 
 signals:
     // A result was applied to the view (tests, captures).
@@ -61,11 +65,13 @@ signals:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     struct Result {
         QUuid document;
         qint64 revision = 0;
+        std::optional<bool> chosen; // the user's milling/turning choice it was made with
         bool lathe = false;
         ToolpathSummary summary;
         std::shared_ptr<const ToolpathStore> store;
@@ -77,13 +83,18 @@ private:
     void interpretationFinished();
     void showSummary();
     void retranslate();
+    void fitHeader();
     void applyAppearance();
     void followTransfer(const TransferState &state);
-    bool latheChoice() const;
+    void showTransferLine();
+    std::optional<bool> latheChoice() const; // the user's, if any
 
     AppModel &m_model;
     EditorController &m_controller;
     QLabel *m_title;
+    QHBoxLayout *m_header;
+    QHBoxLayout *m_viewRow; // the view buttons when the header is too narrow for them
+    bool m_headerTwoRows = false;
     QButtonGroup *m_views;
     QCheckBox *m_turning;
     QToolButton *m_fit;
@@ -103,4 +114,7 @@ private:
     QHash<QUuid, bool> m_latheByDocument; // the user's choice, else the program's look
 
     std::vector<qint64> m_payloadLineStarts; // of the transfer being followed
+    std::pair<qint64, qint64> m_transferBytes;  // sent, total
+    bool m_findingLineStarts = false;
+    quint64 m_transferGeneration = 0; // a transfer that ended drops the line starts found for it
 };

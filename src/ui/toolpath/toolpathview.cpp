@@ -31,20 +31,35 @@ ToolpathView::ToolpathView(QWidget *parent) : QWidget(parent)
     m_renderDelay.setSingleShot(true);
     connect(&m_renderDelay, &QTimer::timeout, this, &ToolpathView::startRender);
     connect(&m_watcher, &QFutureWatcher<Picture>::finished, this, &ToolpathView::renderFinished);
+    connect(&m_coarseWatcher, &QFutureWatcher<Picture>::finished, this, [this] {
+        const Picture picture = m_coarseWatcher.result();
+        if (picture.generation == m_generation) {
+            m_coarsePicture = picture.image;
+            m_coarseCamera = picture.camera;
+        }
+        update(); // a camera that moved meanwhile starts the next one
+    });
 }
 
 ToolpathView::~ToolpathView()
 {
     ++latestRender;
     m_watcher.waitForFinished();
+    m_coarseWatcher.waitForFinished();
 }
 
 void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::shared_ptr<const ToolpathStore> coarse,
                             bool fitIt)
 {
     const bool first = !m_store;
+    // Another program's picture (or an empty one's) is never shown moved and scaled under this one.
+    if (!showsPath() || fitIt)
+        m_picture = QImage();
+    if (!store)
+        m_preview = QImage();
     m_store = std::move(store);
     m_coarse = std::move(coarse);
+    m_coarsePicture = QImage();
     m_brightTool = -1;
     m_pictureSentEnd = 0;
     if (m_store && (fitIt || first || m_fitted)) {
@@ -53,6 +68,12 @@ void ToolpathView::setStore(std::shared_ptr<const ToolpathStore> store, std::sha
     }
     setCaretLine(m_caretLine);
     cameraChanged(0);
+}
+
+void ToolpathView::setPreview(const QImage &image)
+{
+    m_preview = image;
+    update();
 }
 
 void ToolpathView::setStyle(const ToolpathStyle &style)
@@ -177,6 +198,26 @@ void ToolpathView::startRender()
     }));
 }
 
+void ToolpathView::startCoarseRender()
+{
+    if (m_coarseWatcher.isRunning() || !m_coarse)
+        return;
+    ToolpathRenderOptions options = renderOptions();
+    options.sentEnd = 0;
+    // Aliased lines cost about half as much, and in motion the steps are not seen. One band:
+    // the other core stays free for the main thread, and frames come at an even pace.
+    options.antialiased = false;
+    options.bands = 1;
+    ToolpathCamera camera = m_camera;
+    camera.setViewport(size());
+    m_coarseWatcher.setFuture(QtConcurrent::run([coarse = m_coarse, camera, style = m_style, options,
+                                                 generation = m_generation] {
+        Picture picture{QImage(), camera, generation};
+        ToolpathRenderer::render(*coarse, camera, style, options, picture.image);
+        return picture;
+    }));
+}
+
 void ToolpathView::renderFinished()
 {
     m_rendering = false;
@@ -184,6 +225,7 @@ void ToolpathView::renderFinished()
     if (picture.generation == latestRender.load() && !m_rerender) {
         m_picture = picture.image;
         m_pictureCamera = picture.camera;
+        m_preview = QImage();
         m_pictureSentEnd = renderOptions().sentEnd;
         update();
         emit pictureReady();
@@ -196,6 +238,10 @@ void ToolpathView::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.fillRect(rect(), m_style.background);
+    if (showsPreview()) {
+        painter.drawImage(0, 0, m_preview);
+        return;
+    }
     if (!m_store)
         return;
     if (!m_picture.isNull() && m_pictureCamera == m_camera) {
@@ -212,14 +258,11 @@ void ToolpathView::paintEvent(QPaintEvent *)
         painter.drawImage(0, 0, m_picture);
         painter.restore();
     } else if (m_coarse) {
-        // Turned: the coarse level, drawn here, until the full picture follows.
-        ToolpathRenderOptions options = renderOptions();
-        options.sentEnd = 0;
-        options.bands = 2;
-        ToolpathCamera camera = m_camera;
-        camera.setViewport(size());
-        ToolpathRenderer::render(*m_coarse, camera, m_style, options, m_coarsePicture);
-        painter.drawImage(0, 0, m_coarsePicture);
+        // Turned: the coarse level until the full picture follows, a frame behind the pointer at most.
+        if (m_coarseCamera.sameRotation(m_camera) || m_drag == Drag::turn)
+            painter.drawImage(0, 0, m_coarsePicture);
+        if (!(m_coarseCamera == m_camera))
+            startCoarseRender();
     }
 
     painter.setRenderHint(QPainter::Antialiasing);

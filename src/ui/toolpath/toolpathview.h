@@ -3,6 +3,8 @@
 #include "toolpath/render/toolpathcamera.h"
 #include "toolpath/render/toolpathrenderer.h"
 
+#include "toolpath/toolpathstore.h"
+
 #include <QFutureWatcher>
 #include <QImage>
 #include <QTimer>
@@ -10,7 +12,6 @@
 
 #include <memory>
 
-class ToolpathStore;
 
 // The picture of a path on screen, and the pointer's ways of looking at it.
 //
@@ -18,7 +19,7 @@ class ToolpathStore;
 // only shows the last finished one, moved and scaled to the current camera
 // while a new one is drawn, so panning and zooming cost a blit. While the
 // camera turns, the coarse level is drawn instead and the full picture
-// follows once the pointer rests. The selected move and the transfer's
+// follows once the pointer rests; both are drawn off the main thread. The selected move and the transfer's
 // marker are drawn over the picture at paint time: the caret moving never
 // redraws the path.
 //
@@ -37,6 +38,12 @@ public:
     // when `fit` is set or nothing was shown before.
     void setStore(std::shared_ptr<const ToolpathStore> store, std::shared_ptr<const ToolpathStore> coarse, bool fit);
     const ToolpathStore *store() const { return m_store.get(); }
+    // A picture of the part of a program interpreted so far, shown while no
+    // path is (an empty program's store has one vertex) and until the first
+    // picture of the next store is ready.
+    void setPreview(const QImage &image);
+    bool showsPath() const { return m_store && m_store->size() > 1; }
+    bool showsPreview() const { return !m_preview.isNull() && (!showsPath() || m_picture.isNull()); }
     void setStyle(const ToolpathStyle &style);
     void setView(ToolpathCamera::View view);
     ToolpathCamera::View view() const { return m_camera.view(); }
@@ -77,6 +84,7 @@ private:
     void cameraChanged(int delayMs);
     void startRender();
     void renderFinished();
+    void startCoarseRender();
     ToolpathRenderOptions renderOptions() const;
     std::uint32_t vertexOfLine(int line) const;
     void clickAt(QPointF pixel);
@@ -88,7 +96,12 @@ private:
     QImage m_picture;
     ToolpathCamera m_pictureCamera;
     std::uint32_t m_pictureSentEnd = 0;
-    QImage m_coarsePicture; // while turning
+    // While turning: the coarse level drawn on a worker for the newest camera
+    // it could take; the main thread only shows the last one finished.
+    QImage m_coarsePicture;
+    ToolpathCamera m_coarseCamera;
+    QFutureWatcher<Picture> m_coarseWatcher;
+    QImage m_preview;
     QFutureWatcher<Picture> m_watcher;
     QTimer m_renderDelay;
     quint64 m_generation = 0;

@@ -1,6 +1,9 @@
 #include "toolpath/render/toolpathpicker.h"
+#include "toolpath/render/toolpathpreview.h"
 #include "toolpath/render/toolpathrenderer.h"
 #include "toolpath/toolpathpanel.h"
+
+#include "programgenerator.h"
 
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
@@ -73,6 +76,7 @@ TEST(ToolpathRenderer, PicturesMatchTheReferences)
         {"mill-iso-dark", false, ToolpathCamera::View::iso, true},
         {"lathe-turning-light", true, ToolpathCamera::View::turning, false},
         {"lathe-turning-dark", true, ToolpathCamera::View::turning, true},
+        {"lathe-top-light", true, ToolpathCamera::View::top, false}, // a flat path: one line
     };
     const QString folder = QStringLiteral(VARN_SOURCE_DIR "/tests/data/toolpath/");
     for (const Case &c : cases) {
@@ -190,4 +194,31 @@ TEST(ToolpathTransfer, ByteCountNamesTheBlockBeingReceived)
     const std::pair<qint64, int> rows[] = {{0, 1}, {9, 1}, {10, 2}, {24, 2}, {25, 3}, {26, 4}, {90, 4}};
     for (const auto &[bytes, line] : rows)
         EXPECT_EQ(ToolpathPanel::lineAtByte(starts, bytes), line) << bytes;
+}
+
+// A path drawn while it grows, a piece at a time (and again whole when it
+// leaves the picture), ends as the picture of the whole path with that camera.
+TEST(ToolpathPreview, PiecesAddUpToThePictureOfTheWholePath)
+{
+    ToolpathCamera camera;
+    camera.setView(ToolpathCamera::View::iso);
+    camera.setViewport({200, 150});
+    const ToolpathStyle style = ToolpathStyle::forAppearance(true);
+    QImage last;
+    int pictures = 0;
+    ToolpathPreview preview(camera, style, [&](const QImage &image) { last = image, ++pictures; }, 0, 0);
+    ToolpathStore store;
+    ToolpathOptions options;
+    const QString program = ProgramGenerator::milling(200000, 7, false, true);
+    ToolpathInterpreter::interpret(program, options, AppLanguage::english, &store, [&] {
+        preview.check(store);
+        return false;
+    });
+    preview.check(store);
+    ASSERT_GT(pictures, 3);
+    ASSERT_EQ(preview.drawnVertices(), store.size());
+    QImage whole;
+    ToolpathRenderer::render(store, preview.camera(), style, {}, whole);
+    // Pieces join where they meet, so only anti-aliasing at the joins may differ.
+    EXPECT_LE(differingPixels(last, whole, 40), 30);
 }

@@ -3,6 +3,7 @@
 #include "toolpath/toolpathstore.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace {
@@ -14,7 +15,7 @@ bool isFeed(MoveKind kind)
 
 } // namespace
 
-double ToolpathCoarse::toleranceFor(const ToolpathStore &full, double pixels)
+double ToolpathCoarse::toleranceFor(const ToolpathStore &full, double pixels, std::size_t maxVertices)
 {
     float lo[3] = {0, 0, 0}, hi[3] = {0, 0, 0};
     bool any = false;
@@ -26,7 +27,36 @@ double ToolpathCoarse::toleranceFor(const ToolpathStore &full, double pixels)
         any = true;
     }
     const double diagonal = std::hypot(hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]);
-    return std::max(diagonal / std::max(pixels, 1.0), 1e-6);
+    double tolerance = std::max(diagonal / std::max(pixels, 1.0), 1e-6);
+    if (maxVertices == 0 || full.size() <= maxVertices)
+        return tolerance;
+
+    // The decimation below run on a few stretches of the path spread over it,
+    // which says how many vertices a tolerance keeps at a small cost.
+    const std::size_t n = full.size();
+    constexpr std::size_t stretches = 16, stretch = 4096;
+    auto estimate = [&](double t) {
+        const double t2 = t * t;
+        std::size_t kept = 0, sampled = 0;
+        for (std::size_t s = 0; s < stretches; ++s) {
+            const std::size_t first = (n - std::min(n, stretch)) * s / stretches;
+            const std::size_t last = std::min(n, first + stretch);
+            std::array<float, 3> at = full.position(first);
+            for (std::size_t i = first + 1; i < last; ++i) {
+                const std::array<float, 3> p = full.position(i);
+                const double dx = p[0] - at[0], dy = p[1] - at[1], dz = p[2] - at[2];
+                if (dx * dx + dy * dy + dz * dz >= t2 || full.kind(i) == MoveKind::jump) {
+                    ++kept;
+                    at = p;
+                }
+            }
+            sampled += last - first - 1;
+        }
+        return double(kept) * double(n) / double(std::max<std::size_t>(sampled, 1));
+    };
+    for (int step = 0; step < 40 && estimate(tolerance) > double(maxVertices); ++step)
+        tolerance *= 1.25;
+    return tolerance;
 }
 
 ToolpathStore ToolpathCoarse::build(const ToolpathStore &full, double tolerance)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 class ToolpathStore;
 
 // A model-space level of detail for turning the camera: the same path with
@@ -11,6 +13,9 @@ class ToolpathStore;
 class ToolpathCoarse {
 public:
     static ToolpathStore build(const ToolpathStore &full, double tolerance);
-    // The tolerance for a picture of the whole store about `pixels` wide.
-    static double toleranceFor(const ToolpathStore &full, double pixels);
+    // The tolerance for a picture of the whole store about `pixels` wide,
+    // widened until the level is estimated to keep at most `maxVertices`
+    // (0: no limit): a frame while turning must draw in a few tens of
+    // milliseconds whatever the program, so a dense path gets a coarser level.
+    static double toleranceFor(const ToolpathStore &full, double pixels, std::size_t maxVertices = 0);
 };

@@ -38,6 +38,10 @@ public:
             m_pens[look].setCosmetic(true);
             m_pens[look].setCapStyle(Qt::FlatCap);
             m_pens[look].setJoinStyle(Qt::BevelJoin);
+            // Rapids are dashed so they read apart from feeds whatever the colours; the
+            // cosmetic stroker dashes one-pixel lines without widening them to paths.
+            if (!(look & feedBit))
+                m_pens[look].setDashPattern({4.0, 3.0});
         }
         m_holePen = QPen(style.hole, 1.2);
         m_holePen.setCosmetic(true);
@@ -192,7 +196,9 @@ QRectF chunkRect(const ToolpathStore &store, const ToolpathCamera::Projection &p
     const std::size_t first = chunk * ToolpathStore::chunkSize;
     if (first > 0)
         take(p.map(store.xs()[first - 1], store.ys()[first - 1], store.zs()[first - 1]));
-    return QRectF(QPointF(minX, minY), QPointF(maxX, maxY));
+    // Widened by a pixel: a flat chunk (a lathe path seen from the top) has an empty
+    // rectangle, and an empty rectangle intersects nothing.
+    return QRectF(QPointF(minX - 1, minY - 1), QPointF(maxX + 1, maxY + 1));
 }
 
 void drawAxes(QPainter &painter, const ToolpathStore &store, const ToolpathCamera::Projection &p, const QColor &colour)
@@ -222,16 +228,17 @@ bool renderBand(const ToolpathStore &store, const ToolpathCamera::Projection &pr
     QPainter painter(&band);
     painter.setRenderHint(QPainter::Antialiasing, options.antialiased);
     const QRectF visible = QRectF(band.rect()).adjusted(-3, -3, 3, 3);
-    drawAxes(painter, store, projection, style.axes);
+    if (options.fromVertex == 0)
+        drawAxes(painter, store, projection, style.axes);
     BandWalker walker(store, projection, style, options, chordError, painter);
     const std::size_t chunks = store.chunkBoxes().size();
-    for (std::size_t chunk = 0; chunk < chunks; ++chunk) {
+    for (std::size_t chunk = std::size_t(options.fromVertex) / ToolpathStore::chunkSize; chunk < chunks; ++chunk) {
         if (cancelled && cancelled())
             return false;
         if (!chunkRect(store, projection, chunk).intersects(visible))
             continue;
-        const std::size_t first = chunk * ToolpathStore::chunkSize;
-        walker.walk(first, std::min(store.size(), first + ToolpathStore::chunkSize));
+        const std::size_t first = std::max<std::size_t>(chunk * ToolpathStore::chunkSize, options.fromVertex);
+        walker.walk(first, std::min(store.size(), chunk * ToolpathStore::chunkSize + ToolpathStore::chunkSize));
     }
     walker.drawHoles();
     return true;
@@ -257,13 +264,20 @@ bool ToolpathRenderer::render(const ToolpathStore &store, const ToolpathCamera &
                               const ToolpathRenderOptions &options, QImage &image,
                               const std::function<bool()> &cancelled)
 {
+    const bool fresh = options.fromVertex == 0 || image.size() != camera.viewport() ||
+                       image.format() != QImage::Format_ARGB32_Premultiplied;
     if (image.size() != camera.viewport() || image.format() != QImage::Format_ARGB32_Premultiplied)
         image = QImage(camera.viewport(), QImage::Format_ARGB32_Premultiplied);
-    image.fill(style.background);
+    // A new image has nothing to draw over: all of the path goes in.
+    ToolpathRenderOptions used = options;
+    if (fresh) {
+        image.fill(style.background);
+        used.fromVertex = 0;
+    }
     if (store.empty() || image.isNull())
         return true;
     const int height = image.height();
-    const int bands = std::clamp(options.bands, 1, std::max(1, height / 16));
+    const int bands = std::clamp(used.bands, 1, std::max(1, height / 16));
     uchar *bits = image.bits();
     const qsizetype stride = image.bytesPerLine();
     const ToolpathCamera::Projection whole = camera.projection();
@@ -275,7 +289,7 @@ bool ToolpathRenderer::render(const ToolpathStore &store, const ToolpathCamera &
         QImage band(bits + top * stride, image.width(), bottom - top, stride, image.format());
         ToolpathCamera::Projection shifted = whole;
         shifted.m[7] -= float(top);
-        finished[std::size_t(index)] = renderBand(store, shifted, style, options, error, band, cancelled);
+        finished[std::size_t(index)] = renderBand(store, shifted, style, used, error, band, cancelled);
     };
     {
         std::vector<std::jthread> others;

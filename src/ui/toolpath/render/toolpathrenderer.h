@@ -37,13 +37,16 @@ struct ToolpathRenderOptions {
     bool antialiased = true;
     // Horizontal bands drawn on threads of their own, at most this many.
     int bands = 2;
+    // Above 0, only the vertices from this one on are drawn, over what the
+    // image holds (same camera): a path that grows is drawn a piece at a time.
+    std::uint32_t fromVertex = 0;
 };
 
 // Draws a ToolpathStore with QPainter into a QImage: the same code for the
 // window, `varn plot` and the tests. The store is only read, so several
 // renders may run at once on finished stores.
 //
-// Rapids are thin and translucent, feeds and arcs solid, drilled holes a small
+// Rapids are thin, dashed and translucent, feeds and arcs solid, drilled holes a small
 // ring at their bottom. Arcs are cut into chords for the camera's scale
 // (a quarter of a pixel from the true arc), so they stay smooth at any zoom.
 // The image is split into horizontal bands drawn in parallel; each band skips
