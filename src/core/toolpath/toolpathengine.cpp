@@ -472,8 +472,9 @@ ToolpathModalState ToolpathEngine::modalState() const
 {
     ToolpathModalState s;
     const double unit = m_inches ? 25.4 : 1.0;
-    const double xScale = m_options.lathe ? 2.0 : 1.0;
+    const double xScale = m_options.lathe ? m_xPerRadius : 1.0;
     s.lathe = m_options.lathe;
+    s.radiusMode = m_options.lathe && m_xPerRadius == 1;
     s.inches = m_inches;
     s.unitsSet = m_unitsSet;
     s.absolute = m_absolute;
@@ -528,9 +529,9 @@ bool ToolpathEngine::drill(const ToolpathBlock &b, int line)
         Point hole = m_pos;
         if (m_options.lathe) {
             if (b.has('X'))
-                hole[0] = b['X'] * scale / 2;
+                hole[0] = b['X'] * scale / m_xPerRadius;
             if (b.has('U'))
-                hole[0] += b['U'] * scale / 2;
+                hole[0] += b['U'] * scale / m_xPerRadius;
             if (b.has('Y'))
                 hole[1] = b['Y'] * scale;
         } else {
@@ -635,6 +636,8 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
             case 500: setPosition = true; break;
             case 980: m_feedPerRevolution = false; break;
             case 990: m_feedPerRevolution = true; break;
+            case 70: m_xPerRadius = 2; break; // G7: X is a diameter
+            case 80: m_xPerRadius = 1; break; // G8: X is a radius
             case 700: case 710: case 720: case 730: contourCycle = g; moves = false; break;
             case 740: case 750: case 760: warnOnce(g, line); moves = false; break;
             case 900: case 920: case 940:
@@ -677,7 +680,7 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
             m_known[axis] = true;
         double v = b[letter] * scale;
         if (lathe && axis == 0)
-            v /= 2; // a diameter
+            v /= m_xPerRadius; // a diameter, unless G8 says radius
         target[axis] = incremental ? m_pos[axis] + v : v;
     }
     if (lathe) {
@@ -686,7 +689,7 @@ ToolpathEngine::Flow ToolpathEngine::execute(const ToolpathBlock &b, int line, i
             m_known[2] = m_known[2] || b.has('W');
         }
         if (b.has('U'))
-            target[0] += b['U'] * scale / 2;
+            target[0] += b['U'] * scale / m_xPerRadius;
         if (b.has('W'))
             target[2] += b['W'] * scale;
     }

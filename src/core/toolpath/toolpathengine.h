@@ -75,6 +75,7 @@ private:
     bool m_absolute = true;
     bool m_absoluteCentres = false;
     bool m_inches = false;
+    double m_xPerRadius = 2; // turning: X words are diameters (G7, the default) or radii (G8)
     bool m_feedPerRevolution = false;
     double m_feed = 0;
     int m_tool = 0;

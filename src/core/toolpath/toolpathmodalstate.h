@@ -4,10 +4,12 @@
 #include <optional>
 
 // The modes a program has set by a line, as a restart needs them: figures in
-// the program's own units (inches after G20), X as a diameter in turning.
+// the program's own units (inches after G20), X as the turning program
+// writes it (a diameter, or a radius after G8).
 // G codes are kept times ten, as the block reader gives them (G54.1 → 541).
 struct ToolpathModalState {
     bool lathe = false;
+    bool radiusMode = false; // turning: G8, X written as a radius
     bool inches = false;
     bool unitsSet = false; // a G20 or G21 came before the line
     bool absolute = true;

@@ -214,6 +214,8 @@ QString ToolpathRestarts::preamble(const ToolpathModalState &s, const QString &l
     modes.append(QStringLiteral("G80"));
     if (!s.lathe)
         modes.append(QStringLiteral("G90")); // the approach is absolute; G91 comes back at the end
+    if (s.radiusMode)
+        modes.append(QStringLiteral("G8"));
     if (s.feedMode)
         modes.append(gCode(s.feedMode));
     if (!s.lathe && s.lengthOffset == 490)

@@ -7,7 +7,7 @@
 #include <vector>
 
 struct ToolpathOptions {
-    bool lathe = false; // X words are diameters, G18 by default, turning cycles
+    bool lathe = false; // X words are diameters (radii after G8), G18 by default, turning cycles
     // Stop before this main-program line (1-based) and keep the modes in
     // force there; 0 reads the whole program.
     int stopBeforeLine = 0;
@@ -20,7 +20,7 @@ struct ToolpathWarning {
 
 // What a whole program does, in millimetres. Lengths and bounds come from the
 // doubles the interpreter computes, never from the float store. With `lathe`,
-// X in the bounds is a diameter, as the program writes it.
+// X in the bounds is a diameter (a radius program's X doubled).
 struct ToolpathSummary {
     struct Bounds {
         std::array<double, 3> min{};

@@ -148,6 +148,8 @@ TEST(ToolpathInterpreter, Turning)
          {3, 2, 0, 0}, std::hypot(20, 2) + 10 + 12, 22, {}, {}, true},
         {"turning cycles stay at their start", "G0 X40 Z2\nG90 X30 Z-10 F0.2\nX28\nG76 X20 Z-5\nG0 X50\n",
          {2, 0, 0, 0}, std::hypot(20, 2) + 5, 0, {2, 4}, {}, true},
+        {"radius mode (G8) then diameters again (G7)", "G18 G8\nG0 X10 Z0\nG1 X20 F0.2\nG7 G1 X20\n", {1, 2, 0, 0}, 10,
+         20, {}, B{20, 0, 0, 40, 0, 0}, true},
         {"missing contour", "G0 X40 Z2\nG70 P10 Q20\n", {1, 0, 0, 0}, std::hypot(20, 2), 0, {2}, {}, true},
     };
     for (const Case &c : cases)

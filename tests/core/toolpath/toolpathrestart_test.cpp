@@ -88,6 +88,8 @@ TEST(ToolpathRestart, PreambleRestoresTheModesAndApproachesFromAbove)
          "G21 G18 G40 G80 G99\nT0202\nG97 S800 M3\nM8\nG0 X100.0\nG0 Z5.0\nG1 X30.0 F0.25\nG0\n", 0},
         {"mill on its tool change", kMill, 6, false, "G21 G17 G40 G80 G90 G94\nG54\nG0\n", 0},
         {"lathe on its tool change", kLathe, 10, true, "G21 G18 G40 G80 G99\nG0\n", 0},
+        {"lathe in radius mode", "G18 G8\nG0 X10 Z2\nG1 Z-5 F0.2\nX12\n", 4, true,
+         "G18 G40 G80 G8\nG0 X10.0\nG0 Z-5.0\nF0.2\nG1\n", 0},
         {"inches", "G20 G90\nG0 X1.25 Y0.5 Z0.1\nG1 Z-0.125 F12.5\nX2.\n", 4, false,
          "G20 G17 G40 G80 G90\nG0 Z0.1\nG0 X1.25 Y0.5\nG1 Z-0.125 F12.5\n", 0},
     };

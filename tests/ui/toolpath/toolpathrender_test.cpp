@@ -183,6 +183,9 @@ TEST(ToolpathTurning, LatheHabitsAreRecognised)
         {"G73 X10 Y10 Z-5 R2 Q1 F100\n", false}, // a milling peck cycle
         {"T12345\n", false},
         {"G81 X1 Y1 Z-1 R1\n", false},
+        {"G21\nG18 G8\nG0 X13.5 Z1\n", true}, // diameter or radius mode in the lathe's plane
+        {"G7 G18\n", true},
+        {"G08 P1\nG18 G2 X1 Z1 R1\n", false}, // a mill's look-ahead
     };
     for (const auto &[program, lathe] : rows)
         EXPECT_EQ(ToolpathTurning::looksLikeTurning(QString::fromLatin1(program)), lathe) << program;
