@@ -20,6 +20,16 @@ bool isFeed(MoveKind kind)
     return kind == MoveKind::feed || kind == MoveKind::arc || kind == MoveKind::cycleFeed;
 }
 
+// `colour` at `opacity` over the background, as one opaque colour: the
+// raster engine draws opaque lines many times faster than blended ones (a
+// turning frame of 25,000 vertices: 5 ms against 50).
+QColor over(const QColor &colour, double opacity, const QColor &background)
+{
+    const auto mix = [&](double top, double bottom) { return top * opacity + bottom * (1 - opacity); };
+    return QColor::fromRgbF(float(mix(colour.redF(), background.redF())), float(mix(colour.greenF(), background.greenF())),
+                            float(mix(colour.blueF(), background.blueF())));
+}
+
 // Walks a range of vertices and hands the painter polylines of one look at a
 // time, dropping vertices that would not change the picture.
 class BandWalker {
@@ -31,7 +41,9 @@ public:
         for (int look = 0; look < lookCount; ++look) {
             QColor colour = look & sentBit ? style.sent : look & feedBit ? style.feed : style.rapid;
             if (!(look & feedBit))
-                colour.setAlphaF(colour.alphaF() * 0.6);
+                colour = over(colour, 0.6, style.background);
+            // Dimmed moves stay see-through: drawn over the current tool's
+            // moves, they must not hide them.
             if (look & dimBit)
                 colour.setAlphaF(colour.alphaF() * 0.3);
             m_pens[look] = QPen(colour, 1.0);
