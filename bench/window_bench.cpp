@@ -4,6 +4,8 @@
 // action bar, tabs, analysis panel closed).
 #include "programgenerator.h"
 #include "editor/gcodeeditor.h"
+#include "toolpath/toolpathpanel.h"
+#include "toolpath/toolpathview.h"
 #include "window/editorpane.h"
 #include "window/mainwindow.h"
 #include "workspace/appmodel.h"
@@ -12,6 +14,7 @@
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QKeyEvent>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 
@@ -43,6 +46,17 @@ const QString &largeProgram()
     return path;
 }
 
+// Settings, machines and backups in `dir`, and no ports: nothing of the user's is touched.
+AppModel::Options privateOptions(const QTemporaryDir &dir)
+{
+    AppModel::Options options;
+    options.settingsFile = dir.filePath(QStringLiteral("settings.ini"));
+    options.machineStoreFile = dir.filePath(QStringLiteral("machines.json"));
+    options.backupFolder = dir.filePath(QStringLiteral("Backups"));
+    options.listPorts = [] { return QList<SerialPort>{}; };
+    return options;
+}
+
 void windowFirstScreen(benchmark::State &state)
 {
     if (!haveWidgets()) {
@@ -52,12 +66,7 @@ void windowFirstScreen(benchmark::State &state)
     const QUrl url = QUrl::fromLocalFile(largeProgram());
     for (auto _ : state) {
         QTemporaryDir dir;
-        AppModel::Options options;
-        options.settingsFile = dir.filePath(QStringLiteral("settings.ini"));
-        options.machineStoreFile = dir.filePath(QStringLiteral("machines.json"));
-        options.backupFolder = dir.filePath(QStringLiteral("Backups"));
-        options.listPorts = [] { return QList<SerialPort>{}; };
-        AppModel model(std::move(options));
+        AppModel model(privateOptions(dir));
         MainWindow window(model);
         window.show();
         QCoreApplication::processEvents();
@@ -83,6 +92,63 @@ void windowFirstScreen(benchmark::State &state)
     state.counters["MB"] = double(QFile(largeProgram()).size()) / 1e6;
 }
 
+// Typing in the 100 MB program while the Toolpath panel follows it: each
+// keystroke reaches the editor and is painted (target 16 ms), and the event
+// loop is never held long (target 50 ms) while the path is interpreted again
+// and redrawn on workers after each pause in typing.
+void windowTypingWhileToolpathRedraws(benchmark::State &state)
+{
+    if (!haveWidgets()) {
+        state.SkipWithError("another benchmark made a non-widget application first; run this one alone");
+        return;
+    }
+    QTemporaryDir dir;
+    AppModel model(privateOptions(dir));
+    MainWindow window(model);
+    window.resize(1180, 740);
+    window.setToolpathVisible(true);
+    window.show();
+    model.openFile(QUrl::fromLocalFile(largeProgram()));
+    const ToolpathView &view = *window.toolpathPanel()->view();
+    const QDeadlineTimer deadline(120'000);
+    while ((model.selectedDocument()->isLoading() || !view.store() || view.store()->size() < 1000 ||
+            view.picture().isNull()) &&
+           !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    GCodeEditor *editor = window.editorPane()->editor();
+    editor->setFocus();
+    double worstKey = 0;
+    double worstHold = 0;
+    int typed = 0;
+    for (auto _ : state) {
+        QElapsedTimer clock;
+        clock.start();
+        const bool type = typed++ % 2 == 0;
+        QKeyEvent press(QEvent::KeyPress, type ? Qt::Key_X : Qt::Key_Backspace, Qt::NoModifier,
+                        type ? QStringLiteral("x") : QString());
+        QCoreApplication::sendEvent(editor, &press);
+        editor->viewport()->repaint();
+        const double key = clock.nsecsElapsed() / 1e6;
+        worstKey = std::max(worstKey, key);
+        if (typed == 1)
+            state.counters["first_key_ms"] = key; // the edit that moves the buffer's gap from the end
+        // A typist's pause: whatever the panel does meanwhile runs here.
+        QElapsedTimer pause;
+        pause.start();
+        while (pause.elapsed() < 120) {
+            QElapsedTimer hold;
+            hold.start();
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            worstHold = std::max(worstHold, hold.nsecsElapsed() / 1e6);
+        }
+        state.SetIterationTime(key / 1e3);
+    }
+    state.counters["worst_key_ms"] = worstKey;
+    state.counters["worst_hold_ms"] = worstHold;
+}
+
 } // namespace
 
+BENCHMARK(windowTypingWhileToolpathRedraws)->UseManualTime()->Iterations(40)->Unit(benchmark::kMillisecond);
 BENCHMARK(windowFirstScreen)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
