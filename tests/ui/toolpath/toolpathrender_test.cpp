@@ -137,6 +137,34 @@ TEST(ToolpathRenderer, LevelOfDetailKeepsEveryVisibleMove)
 
 // A square of four feeds on lines 10–13, a rapid straight up at the first
 // corner and a full circle of radius 50 at the top, 1 px per mm from the top.
+TEST(ToolpathRenderer, TheCurrentToolsMovesGoOverTheOthersDimmed)
+{
+    // T1 cuts along Y through (20, 0); T2 cuts along X later, across it.
+    const ToolpathStore store = interpreted("G17\nT1 M6\nG0 X20 Y-20\nG1 Y20 F100\nT2 M6\nG0 X0 Y0\nG1 X40\n", false);
+    ToolpathCamera camera;
+    camera.setView(ToolpathCamera::View::top);
+    camera.setViewport({200, 200});
+    camera.fit(store);
+    const std::array<double, 3> o = store.origin();
+    const auto pixel = [&](double x, double y) {
+        return camera.project({float(x - o[0]), float(y - o[1]), float(-o[2])}).toPoint();
+    };
+    const ToolpathStyle style = ToolpathStyle::forAppearance(true);
+    for (const int bright : {1, 2}) {
+        SCOPED_TRACE(bright);
+        ToolpathRenderOptions options;
+        options.antialiased = false;
+        options.brightTool = bright;
+        QImage image;
+        ToolpathRenderer::render(store, camera, style, options, image);
+        const QColor crossing = image.pixelColor(pixel(20, 0));
+        const QColor other = image.pixelColor(bright == 1 ? pixel(5, 0) : pixel(20, 10));
+        EXPECT_EQ(crossing, style.feed) << crossing.name().toStdString();
+        EXPECT_NE(other, style.feed);
+        EXPECT_NE(other, style.background);
+    }
+}
+
 TEST(ToolpathPicker, ClickFindsTheLinesOfTheMovesUnderThePointer)
 {
     ToolpathStore store;
