@@ -10,6 +10,7 @@
 #include "programgenerator.h"
 #ifdef VARN_BENCH_WIDGETS
 #include "toolpath/toolpathpanel.h"
+#include "transfer/wireformat.h"
 #endif
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
@@ -224,7 +225,10 @@ void ToolpathTransferLineStarts(benchmark::State &state)
 {
     program();
     for (auto _ : state)
-        benchmark::DoNotOptimize(ToolpathPanel::payloadLineStarts(program(), Machine::LineTerminator::crlf));
+    {
+        std::vector<WireBlock> blocks;
+        benchmark::DoNotOptimize(WireFormat::build(program(), Machine::defaults().at(1), &blocks));
+    }
 }
 BENCHMARK(ToolpathTransferLineStarts)->Unit(benchmark::kMillisecond)->Iterations(2);
 #endif

@@ -1,5 +1,7 @@
 #include "wireformat.h"
 
+#include <algorithm>
+
 #include "transfer/eiacode.h"
 #include "transfer/gcodesender.h"
 
@@ -133,10 +135,32 @@ QString WireFormat::cleanLine(QStringView line, const Machine &machine)
     return machine.upperCase ? out.toUpper() : out;
 }
 
-WirePayload WireFormat::build(const QString &content, const Machine &machine)
+int WireFormat::lineAtByte(const std::vector<WireBlock> &blocks, qint64 bytesSent)
+{
+    if (blocks.empty())
+        return 0;
+    const auto after = std::upper_bound(blocks.begin(), blocks.end(), bytesSent,
+                                        [](qint64 bytes, const WireBlock &block) { return bytes < block.offset; });
+    return after == blocks.begin() ? blocks.front().line : std::prev(after)->line;
+}
+
+WirePayload WireFormat::build(const QString &content, const Machine &machine, std::vector<WireBlock> *blocks)
 {
     if (!usesOptions(machine)) {
-        return {GCodeSender::preparePayload(content, machine.lineTerminator), 0};
+        WirePayload plain{GCodeSender::preparePayload(content, machine.lineTerminator), 0};
+        if (blocks) {
+            // Line for line: every line break of the program is one line end here.
+            const QByteArray end = Machine::terminatorBytes(machine.lineTerminator);
+            const QByteArray &bytes = plain.bytes;
+            blocks->clear();
+            qsizetype at = 0;
+            for (int line = 1; at < bytes.size(); ++line) {
+                blocks->push_back({at, line});
+                const qsizetype next = bytes.indexOf(end, at);
+                at = next < 0 ? bytes.size() : next + end.size();
+            }
+        }
+        return plain;
     }
     bool needsNormalisation = false;
     for (const QChar c : content) {
@@ -150,12 +174,21 @@ WirePayload WireFormat::build(const QString &content, const Machine &machine)
     const QByteArray end = blockEnd(machine);
 
     QStringList lines;
+    std::vector<int> sourceLines; // of each kept line
+    int sourceLine = 0;
     for (QStringView line : splitLines(text)) {
+        ++sourceLine;
         QString cleaned = cleanLine(line, machine);
         if (machine.stripBlankLines && cleaned.trimmed().isEmpty()) {
             continue;
         }
         lines.append(std::move(cleaned));
+        if (blocks) {
+            sourceLines.push_back(sourceLine);
+        }
+    }
+    if (blocks) {
+        blocks->clear();
     }
 
     WirePayload payload;
@@ -193,8 +226,11 @@ WirePayload WireFormat::build(const QString &content, const Machine &machine)
     const char blank = eia ? static_cast<char>(EiaCode::blankTape) : '\0';
     out.append(QByteArray(machine.leaderLength, blank));
     appendMark(machine.startCharacter, !lines.isEmpty() && isPercentLine(lines.first()));
-    for (const QString &line : lines) {
-        appendLine(line);
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        if (blocks) {
+            blocks->push_back({out.size(), sourceLines[std::size_t(i)]});
+        }
+        appendLine(lines[i]);
     }
     appendMark(machine.endCharacter, !lines.isEmpty() && isPercentLine(lines.last()));
     out.append(QByteArray(machine.trailerLength, blank));

@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <vector>
+
 // The bytes a profile puts on the wire, tape framing included: leader and
 // trailer NULs, start and end characters, the end of block, the clean-up of
 // each line (comments, spaces, blank lines, upper case) and the character code
@@ -21,9 +23,20 @@ struct WirePayload {
     qsizetype unencodable = 0;
 };
 
+// Where a line of the program begins on the wire.
+struct WireBlock {
+    qint64 offset = 0; // of its first byte in the payload
+    int line = 0;      // 1-based, in the program text
+};
+
 class WireFormat {
 public:
-    static WirePayload build(const QString &content, const Machine &machine);
+    // With `blocks`, also where each line that goes out begins, in order (a
+    // stripped line has none), to follow a transfer line by line.
+    static WirePayload build(const QString &content, const Machine &machine, std::vector<WireBlock> *blocks = nullptr);
+    // The line being received once `bytesSent` bytes are out: the framing
+    // before the first block counts as its line.
+    static int lineAtByte(const std::vector<WireBlock> &blocks, qint64 bytesSent);
 
     // True when any option that changes the payload or its pacing is set.
     static bool usesOptions(const Machine &machine);

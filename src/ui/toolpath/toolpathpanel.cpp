@@ -401,29 +401,11 @@ void ToolpathPanel::applyAppearance()
     showSummary();
 }
 
-int ToolpathPanel::lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent)
-{
-    // Lines start at lineStarts[i] (line i + 1); the byte after the last one sent is being received.
-    return int(std::upper_bound(lineStarts.begin(), lineStarts.end(), bytesSent) - lineStarts.begin());
-}
-
-std::vector<qint64> ToolpathPanel::payloadLineStarts(const QString &program, Machine::LineTerminator terminator)
-{
-    // The payload the controller sends: the program, with the machine's line ends.
-    const QByteArray payload = GCodeSender::preparePayload(program, terminator);
-    const QByteArray end = Machine::terminatorBytes(terminator);
-    std::vector<qint64> starts{0};
-    for (qsizetype at = payload.indexOf(end); at >= 0 && at + end.size() < payload.size();
-         at = payload.indexOf(end, at + end.size()))
-        starts.push_back(at + end.size());
-    return starts;
-}
-
 void ToolpathPanel::followTransfer(const TransferState &state)
 {
     if (!state.isActive()) {
         ++m_transferGeneration;
-        m_payloadLineStarts.clear();
+        m_payloadBlocks.clear();
         m_view->setTransferLine(0);
         return;
     }
@@ -431,19 +413,25 @@ void ToolpathPanel::followTransfer(const TransferState &state)
     if (sent.documentId != m_shownDocument)
         return;
     m_transferBytes = {state.bytesSent, state.totalBytes};
-    if (m_payloadLineStarts.empty()) {
+    if (m_payloadBlocks.empty()) {
         // Found on a worker: a long program's payload takes longer than a frame to build.
         // The sent text is the program, or its restart.
         const std::optional<Machine> machine = m_model.selectedMachine();
         if (m_findingLineStarts || !machine)
             return;
         m_findingLineStarts = true;
-        auto found = QtConcurrent::run(payloadLineStarts, sent.text, machine->lineTerminator);
-        found.then(this, [this, generation = m_transferGeneration](std::vector<qint64> starts) {
+        // The payload as the controller builds it, wire format included: the
+        // leader, stripped lines and tape code move the blocks.
+        auto found = QtConcurrent::run([text = sent.text, machine = *machine] {
+            std::vector<WireBlock> blocks;
+            WireFormat::build(text, machine, &blocks);
+            return blocks;
+        });
+        found.then(this, [this, generation = m_transferGeneration](std::vector<WireBlock> blocks) {
             m_findingLineStarts = false;
             if (generation != m_transferGeneration)
                 return;
-            m_payloadLineStarts = std::move(starts);
+            m_payloadBlocks = std::move(blocks);
             showTransferLine();
         });
         return;
@@ -453,10 +441,12 @@ void ToolpathPanel::followTransfer(const TransferState &state)
 
 void ToolpathPanel::showTransferLine()
 {
+    if (m_payloadBlocks.empty())
+        return; // nothing goes out line by line
     const AppModel::SentProgram &sentProgram = m_model.sentProgram();
     const auto [sent, total] = m_transferBytes;
     if (total > 0 && sent >= total)
-        m_view->setTransferLine(sentProgram.documentLine(int(m_payloadLineStarts.size()) + 1));
+        m_view->setTransferLine(sentProgram.documentLine(m_payloadBlocks.back().line + 1));
     else
-        m_view->setTransferLine(sentProgram.documentLine(lineAtByte(m_payloadLineStarts, sent)));
+        m_view->setTransferLine(sentProgram.documentLine(WireFormat::lineAtByte(m_payloadBlocks, sent)));
 }

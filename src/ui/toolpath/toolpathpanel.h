@@ -1,5 +1,7 @@
 #pragma once
 
+#include "transfer/wireformat.h"
+
 #include "machines/machine.h"
 #include "toolpath/toolpathsummary.h"
 
@@ -53,10 +55,6 @@ public:
     // The warnings of the path on screen (none while nothing is shown).
     std::vector<ToolpathWarning> warnings() const { return m_summary ? m_summary->warnings : std::vector<ToolpathWarning>(); }
 
-    // The line being received in the running transfer (0: none).
-    static int lineAtByte(const std::vector<qint64> &lineStarts, qint64 bytesSent);
-    // Where each line starts in the payload sent for `program`.
-    static std::vector<qint64> payloadLineStarts(const QString &program, Machine::LineTerminator terminator);
 
 signals:
     // A result was applied to the view (tests, captures).
@@ -113,7 +111,7 @@ private:
     std::optional<ToolpathSummary> m_summary;
     QHash<QUuid, bool> m_latheByDocument; // the user's choice, else the program's look
 
-    std::vector<qint64> m_payloadLineStarts; // of the transfer being followed
+    std::vector<WireBlock> m_payloadBlocks; // of the transfer being followed
     std::pair<qint64, qint64> m_transferBytes;  // sent, total
     bool m_findingLineStarts = false;
     quint64 m_transferGeneration = 0; // a transfer that ended drops the line starts found for it

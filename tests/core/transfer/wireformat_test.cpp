@@ -95,6 +95,37 @@ TEST(WireFormat, PlainProfilesSendExactlyThePreparedPayload)
               QByteArray("\0T1 (\xB0 \xE9 ? ?)\r", 14));
 }
 
+// A transfer is followed on the program's lines: each block's first byte on
+// the wire, after the leader, without the lines the profile strips.
+TEST(WireFormat, BlocksNameTheProgramLineOfEveryByte)
+{
+    const QString program = QStringLiteral("%\r\nG0 X1\r\n\r\n(NOTE)\r\nM30");
+    const Machine plain = with([](Machine &) {});
+    const Machine tape = with([](Machine &m) {
+        m.leaderLength = 3;
+        m.stripBlankLines = true;
+        m.stripComments = true;
+    });
+    struct Case {
+        const char *name;
+        Machine machine;
+        std::vector<std::pair<qint64, int>> bytesToLine;
+    };
+    // Plain: "%\r" "G0 X1\r" "\r" "(NOTE)\r" "M30\r". Tape: 3 NULs, "%\r" "G0 X1\r" "M30\r".
+    const Case cases[] = {
+        {"plain", plain, {{0, 1}, {1, 1}, {2, 2}, {7, 2}, {8, 3}, {9, 4}, {15, 4}, {16, 5}, {99, 5}}},
+        {"tape", tape, {{0, 1}, {3, 1}, {5, 2}, {10, 2}, {11, 5}, {14, 5}}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<WireBlock> blocks;
+        const QByteArray bytes = WireFormat::build(program, c.machine, &blocks).bytes;
+        EXPECT_EQ(bytes, WireFormat::build(program, c.machine).bytes);
+        for (const auto &[sent, line] : c.bytesToLine)
+            EXPECT_EQ(WireFormat::lineAtByte(blocks, sent), line) << sent;
+    }
+}
+
 TEST(EiaCode, EveryCharacterHasItsRs244CodeWithOddParity)
 {
     // Written out from the standard's chart, independently of the table in the code.

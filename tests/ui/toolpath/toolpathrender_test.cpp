@@ -219,14 +219,6 @@ TEST(ToolpathTurning, LatheHabitsAreRecognised)
         EXPECT_EQ(ToolpathTurning::looksLikeTurning(QString::fromLatin1(program)), lathe) << program;
 }
 
-TEST(ToolpathTransfer, ByteCountNamesTheBlockBeingReceived)
-{
-    const std::vector<qint64> starts{0, 10, 25, 26}; // four lines
-    const std::pair<qint64, int> rows[] = {{0, 1}, {9, 1}, {10, 2}, {24, 2}, {25, 3}, {26, 4}, {90, 4}};
-    for (const auto &[bytes, line] : rows)
-        EXPECT_EQ(ToolpathPanel::lineAtByte(starts, bytes), line) << bytes;
-}
-
 // A path drawn while it grows, a piece at a time (and again whole when it
 // leaves the picture), ends as the picture of the whole path with that camera.
 TEST(ToolpathPreview, PiecesAddUpToThePictureOfTheWholePath)
