@@ -158,6 +158,7 @@ private:
     void loadUtf8(QList<QByteArray> blocks, bool restoring);
     void beginLoad();
     void endLoad(const ViewState &current, bool restoring);
+    void moveGapToTop();
     void setBufferText(const QString &text);
     ViewState captureViewState() const;
     void saveViewState();
