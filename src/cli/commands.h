@@ -23,7 +23,8 @@ QList<CommandSpec> plotCommands();
 // --from-line N, --from-block N1234 and --lathe: send or show a program from one
 // of its lines, after a preamble that sets the modes the earlier lines left.
 QList<OptionSpec> restartOptions();
-// The program itself without those options; with them its restart text, the
-// preamble shown first (on standard output when `preambleToOut`, else on
-// standard error). None, already reported, when no restart can be made.
-std::optional<QString> restartText(const CommandContext &ctx, const QString &program, bool preambleToOut);
+// FILE as it goes out: the program itself without those options; with them
+// its restart text, the preamble shown first (on standard output when
+// `preambleToOut`, else on standard error). None, already reported, when the
+// program cannot be read or no restart can be made.
+std::optional<QString> readProgramToSend(const CommandContext &ctx, bool preambleToOut);

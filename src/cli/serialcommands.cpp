@@ -27,19 +27,19 @@ const OptionSpec kFromLine{QStringLiteral("--from-line"), {}, true};
 const OptionSpec kFromBlock{QStringLiteral("--from-block"), {}, true};
 const OptionSpec kLathe{QStringLiteral("--lathe"), {}, false};
 
-// The text to send when --from-line or --from-block asks for a restart: the
-// preamble goes to `preambleOut` (standard output for send, standard error for
-// payload, whose standard output is the wire bytes alone) and what it cannot
-// restore to standard error. None, already reported, when no restart can be made.
 } // namespace
 
-std::optional<QString> restartText(const CommandContext &ctx, const QString &program, bool preambleToOut)
+std::optional<QString> readProgramToSend(const CommandContext &ctx, bool preambleToOut)
 {
+    const std::optional<QString> read = ctx.readProgram(0);
+    if (!read)
+        return std::nullopt;
+    const QString &program = *read;
     const Invocation &call = ctx.invocation();
     const bool fromLine = call.has(kFromLine.name);
     const bool fromBlock = call.has(kFromBlock.name);
     if (!fromLine && !fromBlock)
-        return program;
+        return read;
     if (fromLine && fromBlock) {
         ctx.badInput(ctx.tr("Use --from-line or --from-block, not both."));
         return std::nullopt;
@@ -266,11 +266,7 @@ int send(CommandContext &ctx)
     if (!machine) {
         return ctx.badInput(problem);
     }
-    const std::optional<QString> program = ctx.readProgram(0);
-    if (!program) {
-        return ExitStatus::badInput;
-    }
-    const std::optional<QString> text = restartText(ctx, *program, true);
+    const std::optional<QString> text = readProgramToSend(ctx, true);
     if (!text) {
         return ExitStatus::badInput;
     }
@@ -331,11 +327,7 @@ int machinePayload(CommandContext &ctx)
     if (!machine) {
         return ctx.badInput(problem);
     }
-    const std::optional<QString> program = ctx.readProgram(0);
-    if (!program) {
-        return ExitStatus::badInput;
-    }
-    const std::optional<QString> text = restartText(ctx, *program, false);
+    const std::optional<QString> text = readProgramToSend(ctx, false);
     if (!text) {
         return ExitStatus::badInput;
     }

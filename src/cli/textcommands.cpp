@@ -239,11 +239,7 @@ int payload(CommandContext &ctx)
     if (!terminator) {
         return ctx.badInput(ctx.tr("payload needs --terminator CR, CRLF or LF."));
     }
-    const std::optional<QString> program = ctx.readProgram(0);
-    if (!program) {
-        return ExitStatus::badInput;
-    }
-    const std::optional<QString> text = restartText(ctx, *program, false);
+    const std::optional<QString> text = readProgramToSend(ctx, false);
     if (!text) {
         return ExitStatus::badInput;
     }

@@ -13,7 +13,6 @@
 #include "toolpath/toolpathinterpreter.h"
 #include "toolpath/toolpathstore.h"
 #include "toolpath/toolpathturning.h"
-#include "transfer/gcodesender.h"
 #include "workspace/appmodel.h"
 
 #include <QApplication>
